@@ -1,0 +1,142 @@
+#include "app/city_config.h"
+
+#include <toml++/toml.h>
+
+#include <functional>
+#include <map>
+#include <sstream>
+
+#include "app/exit_code.h"
+
+namespace qiv {
+namespace {
+
+/// One key of the configuration: how it is read, and what it means.
+struct Key {
+  std::string name;
+  std::string meaning;
+  std::function<std::string(const CityConfig&)> get;
+  std::function<bool(CityConfig&, const toml::node&)> set;
+};
+
+Key number(std::string name, std::string meaning, std::function<double&(CityConfig&)> member) {
+  return {std::move(name), std::move(meaning),
+          [member](const CityConfig& config) {
+            CityConfig copy = config;
+            std::ostringstream text;
+            text << member(copy);
+            return text.str();
+          },
+          [member](CityConfig& config, const toml::node& node) {
+            const auto value = node.value<double>();
+            if (!value || !(*value >= 0.0)) return false;
+            member(config) = *value;
+            return true;
+          }};
+}
+
+Key seconds(std::string name, std::string meaning, std::function<Seconds&(CityConfig&)> member) {
+  return {std::move(name), std::move(meaning),
+          [member](const CityConfig& config) {
+            CityConfig copy = config;
+            return std::to_string(member(copy).count());
+          },
+          [member](CityConfig& config, const toml::node& node) {
+            const auto value = node.value<std::int64_t>();
+            if (!value || *value < 0) return false;
+            member(config) = Seconds(*value);
+            return true;
+          }};
+}
+
+const std::map<std::string, std::vector<Key>>& sections() {
+  static const std::map<std::string, std::vector<Key>> all = {
+      {"track",
+       {number("widest_distance_m", "Farther from its path than this a vehicle is off the route.",
+               [](CityConfig& c) -> double& { return c.track.widest_distance_m; }),
+        number("least_progress_m", "A fix that moved on less than this says nothing new.",
+               [](CityConfig& c) -> double& { return c.track.least_progress_m; }),
+        number("start_zone_m", "Within this distance of the first stop a vehicle has not departed.",
+               [](CityConfig& c) -> double& { return c.track.start_zone_m; }),
+        number("end_zone_m", "Within this distance of the last stop a trip is finished.",
+               [](CityConfig& c) -> double& { return c.track.end_zone_m; }),
+        number("highest_speed_mps", "A faster jump waits for a second fix that agrees.",
+               [](CityConfig& c) -> double& { return c.track.highest_speed_mps; }),
+        seconds("silence", "A vehicle that is silent for so many seconds has left its trip.",
+                [](CityConfig& c) -> Seconds& { return c.track.silence; })}},
+      {"engine",
+       {seconds("announce", "Trips are shown so many seconds before their scheduled departure.",
+                [](CityConfig& c) -> Seconds& { return c.engine.announce; }),
+        seconds("ghost_patience",
+                "A trip that no vehicle began so long after its departure is shown no more.",
+                [](CityConfig& c) -> Seconds& { return c.engine.ghost_patience; }),
+        number("least_error_m", "What a position may be off at least, for the library.",
+               [](CityConfig& c) -> double& { return c.engine.least_error_m; })}}};
+  return all;
+}
+
+[[noreturn]] void reject(const std::filesystem::path& file, const toml::node& node,
+                         const std::string& text) {
+  std::ostringstream message;
+  message << file.string() << ":" << node.source().begin.line << ": " << text;
+  throw CommandError(ExitCode::usage, message.str());
+}
+
+void read_section(const std::filesystem::path& file, const std::vector<Key>& keys,
+                  const toml::table& table, CityConfig& config) {
+  for (const auto& [name, node] : table) {
+    const auto key =
+        std::find_if(keys.begin(), keys.end(), [&](const Key& k) { return k.name == name.str(); });
+    if (key == keys.end()) {
+      reject(file, node, "there is no key '" + std::string(name.str()) + "': remove it");
+    }
+    if (!key->set(config, node)) {
+      reject(file, node, "'" + key->name + "' must be a number that is not negative");
+    }
+  }
+}
+
+}  // namespace
+
+CityConfig read_city_config(const std::filesystem::path& file) {
+  toml::table table;
+  try {
+    table = toml::parse_file(file.string());
+  } catch (const toml::parse_error& error) {
+    std::ostringstream message;
+    message << file.string() << ":" << error.source().begin.line << ": " << error.description();
+    throw CommandError(ExitCode::usage, message.str());
+  }
+  CityConfig config;
+  config.name = file.parent_path().filename().string();
+  for (const auto& [name, node] : table) {
+    const std::string key(name.str());
+    const auto section = sections().find(key);
+    if (section != sections().end() && node.is_table()) {
+      read_section(file, section->second, *node.as_table(), config);
+    } else if (key == "name" && node.is_string()) {
+      config.name = node.as_string()->get();
+    } else if (key == "timetable" && node.is_string()) {
+      config.timetable = node.as_string()->get();
+    } else {
+      reject(file, node, "there is no key '" + key + "' of this kind: remove it");
+    }
+  }
+  return config;
+}
+
+std::string city_config_text(const CityConfig& config) {
+  std::ostringstream text;
+  text << "# The name that people see.\nname = \"" << config.name << "\"\n\n"
+       << "# The timetable, GTFS as zip file or folder; `qiv init` copies it here.\n"
+       << "timetable = \"" << config.timetable << "\"\n";
+  for (const auto& [section, keys] : sections()) {
+    text << "\n[" << section << "]\n";
+    for (const Key& key : keys) {
+      text << "# " << key.meaning << "\n# " << key.name << " = " << key.get(config) << "\n";
+    }
+  }
+  return text.str();
+}
+
+}  // namespace qiv

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qiv {
+
+/// The subcommands. Each prints to the standard output stream and throws `CommandError`, or any
+/// `std::exception`, when it cannot go on.
+
+struct InitArguments {
+  std::string city;
+  std::string gtfs;
+};
+void run_init(const InitArguments& arguments);
+
+struct RecordArguments {
+  std::string city;
+  std::vector<std::string> files;
+  bool json = false;
+};
+void run_record(const RecordArguments& arguments);
+
+struct LearnArguments {
+  std::string city;
+  std::string until;  ///< empty: the last recorded day
+  unsigned threads = 2;
+  bool json = false;
+};
+void run_learn(const LearnArguments& arguments);
+
+struct ReplayArguments {
+  std::string city;
+  std::string day;
+  std::string out;     ///< empty: the standard output stream
+  std::string format;  ///< "json", "pb" or "text"
+  std::string at;      ///< local time of one display, "HH:MM:SS"; empty: all
+};
+void run_replay(const ReplayArguments& arguments);
+
+struct EvaluateArguments {
+  std::string city;
+  std::string from;
+  std::string to;
+  std::string json;
+  std::string csv;
+  std::string html;
+};
+void run_evaluate(const EvaluateArguments& arguments);
+
+struct ExplainArguments {
+  std::string city;
+  std::string trip;
+  std::string at;  ///< "YYYY-MM-DDTHH:MM:SS", by the clock of the city
+};
+void run_explain(const ExplainArguments& arguments);
+
+struct InspectArguments {
+  std::string city;
+  bool json = false;
+};
+void run_inspect(const InspectArguments& arguments);
+
+}  // namespace qiv

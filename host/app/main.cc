@@ -1,0 +1,140 @@
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "RQLogger.h"
+#include "app/commands.h"
+#include "app/exit_code.h"
+#include "app/version.h"
+
+namespace {
+
+using namespace qiv;  // NOLINT(google-build-using-namespace)
+
+const char* const description =
+    "Arrival forecasts with honest bounds, learned from the vehicles' own past.\n"
+    "\n"
+    "A city is a folder with city.toml, its timetable and the archive of what was recorded.\n"
+    "\n"
+    "Examples:\n"
+    "  qiv init dublin --gtfs gtfs.zip\n"
+    "  qiv record dublin positions-*.csv.gz\n"
+    "  qiv learn dublin --until 2025-10-02\n"
+    "  qiv evaluate dublin --from 2025-10-03 --to 2025-10-09 --html report.html\n"
+    "  qiv explain dublin --trip E801-0652-CNLLY-MHIDE --at 2025-10-07T07:00:00\n"
+    "\n"
+    "Exit codes: 0 done; 1 the work could not go on; 2 the command line or the configuration is\n"
+    "wrong; 3 there is nothing to work on (no positions, no such day, no such trip).";
+
+CLI::App* command(CLI::App& app, const char* name, const char* help, std::string& city) {
+  CLI::App* const sub = app.add_subcommand(name, help);
+  sub->add_option("CITY", city, "Folder of the city")->required();
+  return sub;
+}
+
+void add_init(CLI::App& app) {
+  static InitArguments arguments;
+  CLI::App* const sub =
+      command(app, "init", "Make a city, or take a new timetable into one (histories are kept)",
+              arguments.city);
+  sub->add_option("--gtfs", arguments.gtfs, "Timetable: GTFS, a zip file or a folder")->required();
+  sub->callback([] { run_init(arguments); });
+}
+
+void add_record(CLI::App& app) {
+  static RecordArguments arguments;
+  CLI::App* const sub =
+      command(app, "record", "Take recorded positions into the archive; twice changes nothing",
+              arguments.city);
+  sub->add_option(
+         "FILE", arguments.files,
+         "Tables (.csv, .csv.gz), GTFS-realtime (.pb), SIRI (.xml), or a folder or zip of them")
+      ->required();
+  sub->add_flag("--json", arguments.json, "Print the counts as JSON");
+  sub->callback([] { run_record(arguments); });
+}
+
+void add_learn(CLI::App& app) {
+  static LearnArguments arguments;
+  CLI::App* const sub = command(
+      app, "learn", "Choose each pattern's settings and calibrate the bounds", arguments.city);
+  sub->add_option("--until", arguments.until,
+                  "Last day to learn from (default: the last recorded)");
+  sub->add_option("--threads", arguments.threads, "Threads to use")->capture_default_str();
+  sub->add_flag("--json", arguments.json, "Print what was learned as JSON");
+  sub->callback([] { run_learn(arguments); });
+}
+
+void add_replay(CLI::App& app) {
+  static ReplayArguments arguments;
+  arguments.format = "json";
+  CLI::App* const sub =
+      command(app, "replay", "Replay a recorded day and write what was on display", arguments.city);
+  sub->add_option("--day", arguments.day, "Day of service, YYYY-MM-DD")->required();
+  sub->add_option("--out", arguments.out, "File to write (default: standard output)");
+  sub->add_option("--at", arguments.at, "Only the display at this time of the day, HH:MM:SS");
+  sub->add_option("--format", arguments.format, "json (a line for each trip), pb or text")
+      ->check(CLI::IsMember({"json", "pb", "text"}))
+      ->capture_default_str();
+  sub->callback([] { run_replay(arguments); });
+}
+
+void add_evaluate(CLI::App& app) {
+  static EvaluateArguments arguments;
+  CLI::App* const sub =
+      command(app, "evaluate", "Replay days that learning has not seen, and score the forecasts",
+              arguments.city);
+  sub->add_option("--from", arguments.from, "First day, YYYY-MM-DD")->required();
+  sub->add_option("--to", arguments.to, "Last day")->required();
+  sub->add_option("--json", arguments.json, "Write the figures as JSON");
+  sub->add_option("--csv", arguments.csv, "Write the figures as CSV");
+  sub->add_option("--html", arguments.html, "Write the report with plots");
+  sub->callback([] { run_evaluate(arguments); });
+}
+
+void add_explain(CLI::App& app) {
+  static ExplainArguments arguments;
+  CLI::App* const sub = command(
+      app, "explain", "Show a forecast and the earlier trips behind it, or why there is none",
+      arguments.city);
+  sub->add_option("--trip", arguments.trip, "Trip of the timetable")->required();
+  sub->add_option("--at", arguments.at, "Local time, YYYY-MM-DDTHH:MM:SS")->required();
+  sub->callback([] { run_explain(arguments); });
+}
+
+void add_inspect(CLI::App& app) {
+  static InspectArguments arguments;
+  CLI::App* const sub = command(
+      app, "inspect", "List patterns, what is recorded, and what was learned", arguments.city);
+  sub->add_flag("--json", arguments.json, "Print as JSON");
+  sub->callback([] { run_inspect(arguments); });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // What the library says of single reports is counted by the engine, with the first of each kind.
+  RQLogger::SetSink([](const RQLogger::Record&) {});
+  CLI::App app(description, "qiv");
+  app.set_version_flag("--version", qiv::version);
+  app.require_subcommand(1);
+  add_init(app);
+  add_record(app);
+  add_learn(app);
+  add_replay(app);
+  add_evaluate(app);
+  add_explain(app);
+  add_inspect(app);
+  try {
+    app.parse(argc, argv);
+    return static_cast<int>(ExitCode::ok);
+  } catch (const CLI::ParseError& error) {
+    const int code = app.exit(error);
+    return code == 0 ? 0 : static_cast<int>(ExitCode::usage);
+  } catch (const CommandError& error) {
+    std::cerr << "qiv: " << error.what() << "\n";
+    return static_cast<int>(error.code());
+  } catch (const std::exception& error) {
+    std::cerr << "qiv: " << error.what() << "\n";
+    return static_cast<int>(ExitCode::failed);
+  }
+}

@@ -1,0 +1,7 @@
+#pragma once
+
+namespace qiv {
+
+inline constexpr const char* version = QIV_VERSION;
+
+}  // namespace qiv

@@ -1,0 +1,48 @@
+#include "engine/bounds.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace qiv {
+namespace {
+
+Instant to_instant(double time_s) {
+  return from_unix_seconds(std::llround(time_s));
+}
+
+}  // namespace
+
+BoundedTime bound(const RawTime& raw, TripState state, Instant now,
+                  const Calibration& calibration) {
+  const Seconds lead = std::max(to_instant(raw.time_s) - now, Seconds(0));
+  const BoundQuantiles& quantiles = calibration.at(state, lead);
+  const double spread_s = std::sqrt(raw.variance_s2 + quantiles.floor_s * quantiles.floor_s);
+  const auto at = [&](double quantile) {
+    return std::max(to_instant(raw.time_s + quantile * spread_s), now);
+  };
+  BoundedTime bounded;
+  bounded.time = std::max(to_instant(raw.time_s), now);
+  bounded.lower_68 = std::min(at(quantiles.q16), bounded.time);
+  bounded.upper_68 = std::max(at(quantiles.q84), bounded.time);
+  bounded.lower_90 = std::min(at(quantiles.q05), bounded.lower_68);
+  bounded.upper_90 = std::max(at(quantiles.q95), bounded.upper_68);
+  return bounded;
+}
+
+void make_monotone(std::vector<StopForecast>& stops) {
+  const BoundedTime* previous = nullptr;
+  for (StopForecast& stop : stops) {
+    if (stop.observed) continue;
+    if (previous != nullptr) {
+      for (Instant BoundedTime::*field :
+           {&BoundedTime::time, &BoundedTime::lower_68, &BoundedTime::upper_68,
+            &BoundedTime::lower_90, &BoundedTime::upper_90}) {
+        stop.arrival.*field = std::max(stop.arrival.*field, previous->*field);
+      }
+    }
+    stop.departure = std::max(stop.departure, stop.arrival.time);
+    previous = &stop.arrival;
+  }
+}
+
+}  // namespace qiv

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "history/category.h"
+#include "history/grid.h"
+#include "model/identifier.h"
+#include "model/rejections.h"
+#include "model/settings.h"
+
+class Forecast;
+
+namespace qiv {
+
+/// What is forecast: the arrival at every place, or the travel time of every leg between two stops.
+enum class ForecastMode { arrival, travel };
+
+/// A row of the library's answer, copied. Times are seconds on the clock of the reports.
+struct LibraryRow {
+  long long time_s = 0;
+  long long lower_s = 0;
+  long long upper_s = 0;
+  double variance_s2 = 0.0;
+  double mean_s = 0.0;
+};
+
+/// The library's answer to a report, copied. In arrival mode row i belongs to place i of the grid,
+/// in travel mode to the leg from stop i to stop i + 1.
+struct LibraryForecast {
+  std::size_t first = 0;  ///< rows before it hold what was observed
+  double confidence = 0.0;
+  std::vector<LibraryRow> rows;
+};
+
+/// Copies the library's record, which its next report overwrites.
+LibraryForecast copy_record(Forecast& record);
+
+/// A journey pattern as the library is told of it.
+struct LibraryPattern {
+  PatternRef ref;
+  long long shape_version_id = 0;
+  Grid grid;
+  std::vector<double> stop_places_m;  ///< travel mode: one place for each stop
+  double bandwidth = 100.0;
+};
+
+/// The forecasting library, handled with care: configuration is checked before the library sees it,
+/// reference data go in as milestones, stops, trajectories, answers are copied at once, and what
+/// the library rejects is counted with its text instead of ending the run.
+///
+/// Every trip of every vehicle is a vehicle of its own to the library ("key"), so that its start
+/// time is estimated anew for each trip.
+class ForecastLibrary {
+ public:
+  /// Throws `std::invalid_argument` for nothing; configuration comes with the patterns.
+  explicit ForecastLibrary(ForecastMode mode);
+  ~ForecastLibrary();
+
+  /// Makes the pattern known. Throws `std::invalid_argument`, naming the pattern and the value, for
+  /// a bandwidth that is not greater than 0 and for a grid that the library would reject.
+  void open(const LibraryPattern& pattern);
+
+  /// Adds an earlier trip under `category`. Returns false, and counts why, if the library rejects
+  /// it.
+  bool add_trajectory(const PatternRef& pattern, Category category, std::span<const int> times_s);
+
+  /// Reports the vehicle `key` at `offset_m`. Nothing when the library gives no forecast.
+  std::optional<LibraryForecast> report(const PatternRef& pattern, const std::string& key,
+                                        Category category, double offset_m, long long time_s,
+                                        double error_m);
+
+  /// Makes the vehicle leave: the next report of `key` is its first again.
+  void release(const std::string& key, long long time_s);
+
+  /// Reports and trajectories that the library rejected, by the first line of its text.
+  const Rejections& rejections() const { return _rejections; }
+
+ private:
+  struct Registry;
+
+  std::unique_ptr<Registry> _registry;
+  ForecastMode _mode;
+  std::map<PatternRef, long long> _shape_version_ids;
+  Rejections _rejections;
+};
+
+}  // namespace qiv

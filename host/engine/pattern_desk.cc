@@ -1,0 +1,147 @@
+#include "engine/pattern_desk.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "network/milestones.h"
+
+namespace qiv {
+namespace {
+
+LibraryPattern describe_pattern(const JourneyPattern& pattern, const Grid& grid,
+                                const PatternSettings& settings) {
+  LibraryPattern described;
+  described.ref = pattern.ref;
+  described.shape_version_id = shape_version_id(pattern, grid.milestones_m);
+  described.grid = grid;
+  for (std::size_t j = 0; j < pattern.stops.size(); ++j) {
+    described.stop_places_m.push_back(grid.places_m[Grid::arrival_place(j)]);
+  }
+  described.bandwidth = settings.bandwidth;
+  return described;
+}
+
+template <class List>
+const List& of(const std::map<Category, List>& store, Category category) {
+  static const List none;
+  const auto entry = store.find(category);
+  return entry == store.end() ? none : entry->second;
+}
+
+}  // namespace
+
+PatternDesk::PatternDesk(const Network& network, PatternIndex pattern,
+                         const PatternSettings& settings, const Grid& grid,
+                         ForecastLibrary& library, std::span<const Trajectory> earlier)
+    : _network(network), _pattern(pattern), _settings(settings), _library(library), _grid(grid) {
+  _library.open(describe_pattern(this->pattern(), _grid, _settings));
+  std::map<Category, std::vector<std::size_t>> members;
+  for (std::size_t i = 0; i < earlier.size(); ++i) {
+    for (const Category category : categories_of(earlier[i])) members[category].push_back(i);
+  }
+  for (const auto& [category, indices] : members) {
+    const std::size_t skipped =
+        indices.size() - std::min<std::size_t>(indices.size(), _settings.window);
+    for (const std::size_t i : std::span(indices).subspan(skipped)) {
+      add_to(category, earlier[i], library_times(earlier[i]));
+    }
+  }
+}
+
+void PatternDesk::add(const Trajectory& trajectory) {
+  const std::vector<int> times_s = library_times(trajectory);
+  for (const Category category : categories_of(trajectory)) {
+    add_to(category, trajectory, times_s);
+  }
+}
+
+HistoryChoice PatternDesk::choose(const TripPlan& trip, ServiceDate day) {
+  for (const Category category : categories(day, trip.departure(), _settings.category_depth)) {
+    const std::size_t size = stored(category).size();
+    const bool whole_pattern = category == 0;
+    if (size >= _settings.least_trips || (whole_pattern && size > 0)) {
+      return {category, ForecastBasis::history, static_cast<unsigned>(size)};
+    }
+  }
+  std::vector<int> times_s = timetable_trajectory_s(_grid, trip);
+  clock(trip).subtract(_grid.milestones_m, times_s);
+  const auto next = static_cast<Category>(std::numeric_limits<Category>::min() +
+                                          static_cast<Category>(_timetables.size() % 30000));
+  const auto [entry, added] = _timetables.emplace(times_s, next);
+  if (added) store(entry->second, times_s, timetable_trajectory_s(_grid, trip));
+  return {entry->second, ForecastBasis::timetable, 0};
+}
+
+TripClock PatternDesk::clock(const TripPlan& trip) const {
+  if (!_settings.delay_clock) return {};
+  return {_grid, trip, _network.trip(_network.trips_of(_pattern).front())};
+}
+
+const std::optional<LibraryForecast>& PatternDesk::fresh(Category category) {
+  const auto known = _fresh.find(category);
+  if (known != _fresh.end()) return known->second;
+  static const std::string key = "fresh";
+  std::optional<LibraryForecast> forecast =
+      _library.report(pattern().ref, key, category, _grid.places_m.front(), 0, 0.0);
+  _library.release(key, 0);
+  return _fresh.emplace(category, std::move(forecast)).first->second;
+}
+
+Seconds PatternDesk::expected_departure_delay(Category category, Seconds waited) const {
+  const Seconds least = std::max(waited, Seconds(0));
+  const auto entry = _departure_delays.find(category);
+  if (entry == _departure_delays.end()) return least;
+  const std::vector<Seconds>& delays = entry->second;
+  const auto later = std::upper_bound(delays.begin(), delays.end(), waited);
+  if (later == delays.end()) return least;
+  return std::max(*(later + (delays.end() - later) / 2), Seconds(0));
+}
+
+const std::vector<std::vector<int>>& PatternDesk::stored(Category category) const {
+  return of(_stored, category);
+}
+
+const std::vector<TripKey>& PatternDesk::sources(Category category) const {
+  return of(_sources, category);
+}
+
+const std::vector<std::vector<int>>& PatternDesk::elapsed(Category category) const {
+  return of(_elapsed, category);
+}
+
+void PatternDesk::add_to(Category category, const Trajectory& trajectory,
+                         const std::vector<int>& times_s) {
+  if (!store(category, times_s, trajectory.times_s)) return;
+  _sources[category].push_back(trajectory.trip);
+  const std::optional<ScheduledTrip> trip = _network.schedule(trajectory.trip);
+  if (!trip) return;
+  std::vector<Seconds>& delays = _departure_delays[category];
+  const Seconds delay = trajectory.departed - trip->first_departure();
+  delays.insert(std::upper_bound(delays.begin(), delays.end(), delay), delay);
+}
+
+bool PatternDesk::store(Category category, const std::vector<int>& times_s,
+                        const std::vector<int>& elapsed_s) {
+  if (!_library.add_trajectory(pattern().ref, category, times_s)) return false;
+  _stored[category].push_back(times_s);
+  _elapsed[category].push_back(elapsed_s);
+  _fresh.erase(category);
+  return true;
+}
+
+std::vector<Category> PatternDesk::categories_of(const Trajectory& trajectory) const {
+  const TripPlan* const trip = _network.find_trip(trajectory.trip.trip, trajectory.trip.start);
+  if (trip == nullptr) return {0};
+  return categories(trajectory.trip.day, trip->departure(), _settings.category_depth);
+}
+
+std::vector<int> PatternDesk::library_times(const Trajectory& trajectory) const {
+  std::vector<int> times_s = trajectory.times_s;
+  const TripPlan* const trip = _network.find_trip(trajectory.trip.trip, trajectory.trip.start);
+  if (trip != nullptr && trip->pattern == _pattern) {
+    clock(*trip).subtract(_grid.milestones_m, times_s);
+  }
+  return times_s;
+}
+
+}  // namespace qiv

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "engine/forecast_library.h"
+#include "engine/trip_clock.h"
+#include "history/category.h"
+#include "history/grid.h"
+#include "history/trajectory.h"
+#include "model/settings.h"
+#include "network/network.h"
+
+namespace qiv {
+
+/// What a trip is forecast from.
+struct HistoryChoice {
+  Category category = 0;
+  ForecastBasis basis = ForecastBasis::history;
+  unsigned trips = 0;  ///< earlier trips in the category
+};
+
+/// One journey pattern at work: its grid, the earlier trips that the library was given, and the
+/// choice among their categories. Keeps a mirror of what the library holds.
+class PatternDesk {
+ public:
+  /// Opens the pattern in the library and gives it the window of each category out of `earlier`
+  /// (in the order of finishing), whose times are those at the milestones of `grid`.
+  PatternDesk(const Network& network, PatternIndex pattern, const PatternSettings& settings,
+              const Grid& grid, ForecastLibrary& library, std::span<const Trajectory> earlier);
+
+  const JourneyPattern& pattern() const { return _network.pattern(_pattern); }
+  const Grid& grid() const { return _grid; }
+  const PatternSettings& settings() const { return _settings; }
+
+  /// Adds a trip that has just finished, in all of its categories.
+  void add(const Trajectory& trajectory);
+
+  /// The finest category with enough trips; without any, the trip's own timetable, which is given
+  /// to the library as a category of its own.
+  HistoryChoice choose(const TripPlan& trip, ServiceDate day);
+
+  /// The clock on which the library sees this trip.
+  TripClock clock(const TripPlan& trip) const;
+
+  /// The forecast of a trip that leaves the first stop at time 0, on the library's clock. Nothing
+  /// when the library gives none.
+  const std::optional<LibraryForecast>& fresh(Category category);
+
+  /// How late a trip of the category departs that has not departed `waited` after its timetable:
+  /// the median of the earlier trips that departed later than that. `waited` itself when there are
+  /// none, and never negative.
+  Seconds expected_departure_delay(Category category, Seconds waited) const;
+
+  /// The trajectories of a category as the library holds them, in its order.
+  const std::vector<std::vector<int>>& stored(Category category) const;
+
+  /// Which trips they are, in the same order; empty for a timetable's category.
+  const std::vector<TripKey>& sources(Category category) const;
+
+  /// The same trips by elapsed time, whatever the clock of the library.
+  const std::vector<std::vector<int>>& elapsed(Category category) const;
+
+ private:
+  void add_to(Category category, const Trajectory& trajectory, const std::vector<int>& times_s);
+  bool store(Category category, const std::vector<int>& times_s, const std::vector<int>& elapsed_s);
+  std::vector<Category> categories_of(const Trajectory& trajectory) const;
+  std::vector<int> library_times(const Trajectory& trajectory) const;
+
+  const Network& _network;
+  PatternIndex _pattern;
+  PatternSettings _settings;
+  ForecastLibrary& _library;
+  Grid _grid;
+  std::map<Category, std::vector<std::vector<int>>> _stored;
+  std::map<Category, std::vector<std::vector<int>>> _elapsed;
+  std::map<Category, std::vector<TripKey>> _sources;
+  std::map<Category, std::vector<Seconds>> _departure_delays;  ///< each ascending
+  std::map<Category, std::optional<LibraryForecast>> _fresh;
+  std::map<std::vector<int>, Category> _timetables;
+};
+
+}  // namespace qiv

@@ -1,0 +1,157 @@
+#include <string>
+#include <utility>
+
+#include "feed/gtfs_realtime.h"
+#include "feed/position_collector.h"
+#include "feed/quotation.h"
+#include "feed/realtime_message.h"
+
+namespace qiv {
+namespace {
+
+using Event = transit_realtime::TripUpdate::StopTimeEvent;
+using Call = transit_realtime::TripUpdate::StopTimeUpdate;
+
+constexpr int max_delay_s = 24 * 3600;
+
+TripStatus stated_status(const transit_realtime::TripDescriptor& trip) {
+  switch (trip.schedule_relationship()) {
+    case transit_realtime::TripDescriptor::CANCELED:
+    case transit_realtime::TripDescriptor::DELETED:
+      return TripStatus::canceled;
+    case transit_realtime::TripDescriptor::UNSCHEDULED:
+      return TripStatus::unscheduled;
+    case transit_realtime::TripDescriptor::SCHEDULED:
+      return TripStatus::scheduled;
+    default:  // ADDED, DUPLICATED, REPLACEMENT and what later versions add
+      return TripStatus::added;
+  }
+}
+
+CallStatus stated_status(const Call& call) {
+  switch (call.schedule_relationship()) {
+    case Call::SKIPPED:
+      return CallStatus::skipped;
+    case Call::NO_DATA:
+      return CallStatus::no_data;
+    case Call::UNSCHEDULED:
+      return CallStatus::unscheduled;
+    case Call::SCHEDULED:
+      break;
+  }
+  return CallStatus::scheduled;
+}
+
+// Turns the entities of one message into trip updates.
+class TripUpdateReader {
+ public:
+  TripUpdateReader(TripUpdateBatch& batch, const PositionOptions& options)
+      : _batch(batch), _options(options) {}
+
+  void read(std::string_view bytes) {
+    if (bytes.size() > _options.max_snapshot_bytes) return reject("snapshot too large", "");
+    RealtimeMessage message(bytes);
+    if (!message.is_valid()) return reject("not a GTFS-realtime message", "");
+    _batch.time = message.time();
+    if (message.states_time() && !_batch.time) remark("implausible time of header", "");
+    _received = _options.received ? _options.received : _batch.time;
+    for (const std::string_view bytes_of_entity : message.entities()) {
+      const transit_realtime::FeedEntity* const entity = message.decode(bytes_of_entity);
+      if (entity == nullptr) {
+        reject("entity cannot be decoded",
+               "entity of " + std::to_string(bytes_of_entity.size()) + " bytes");
+      } else if (entity->is_deleted()) {
+        reject("deleted entity", entity->id());
+      } else if (!entity->has_trip_update()) {
+        reject("entity without trip update", entity->id());
+      } else {
+        add(entity->trip_update(), entity->id());
+      }
+    }
+  }
+
+ private:
+  void reject(std::string_view reason, const std::string& entity) {
+    ++_batch.read;
+    _batch.rejections.add(reason, [&] { return quotation(_options.name, entity); });
+  }
+
+  void remark(std::string_view what, const std::string& entity) {
+    _batch.remarks.add(what, [&] { return quotation(_options.name, entity); });
+  }
+
+  void add(const transit_realtime::TripUpdate& stated, const std::string& entity) {
+    const auto time = plausible_instant(static_cast<long long>(stated.timestamp()));
+    if (stated.trip().trip_id().empty()) return reject("no trip_id", entity);
+    if (!time && !_received) return reject("no usable time", entity);
+    if (!time && stated.timestamp() != 0) remark("implausible time", entity);
+    TripUpdate update;
+    update.received = _received ? *_received : *time;
+    update.time = time ? *time : *_received;
+    update.time_is_received = !time;
+    add_trip(stated.trip(), update, entity);
+    update.vehicle = stated_vehicle(stated.vehicle());
+    if (stated.has_delay()) update.delay = plausible_delay(stated.delay(), entity);
+    for (const Call& call : stated.stop_time_update()) {
+      if (call.stop_id().empty() && !call.has_stop_sequence()) {
+        remark("call without stop", entity);
+      } else {
+        update.calls.push_back(predicted_call(call, entity));
+      }
+    }
+    ++_batch.read;
+    _batch.updates.push_back(std::move(update));
+  }
+
+  void add_trip(const transit_realtime::TripDescriptor& trip, TripUpdate& update,
+                const std::string& entity) {
+    update.trip = TripId(trip.trip_id());
+    update.route = RouteId(trip.route_id());
+    update.direction = stated_direction(trip);
+    update.status = stated_status(trip);
+    update.start_date = ServiceDate::parse(trip.start_date());
+    update.start_time = parse_time_of_day(trip.start_time());
+    if (!update.start_date && !trip.start_date().empty()) remark("start date is no date", entity);
+    if (!update.start_time && !trip.start_time().empty()) remark("start time is no time", entity);
+  }
+
+  PredictedCall predicted_call(const Call& stated, const std::string& entity) {
+    PredictedCall call;
+    if (stated.has_stop_sequence()) call.stop_sequence = stated.stop_sequence();
+    call.stop = StopId(stated.stop_id());
+    call.status = stated_status(stated);
+    if (stated.has_arrival()) call.arrival = predicted_time(stated.arrival(), entity);
+    if (stated.has_departure()) call.departure = predicted_time(stated.departure(), entity);
+    return call;
+  }
+
+  PredictedTime predicted_time(const Event& stated, const std::string& entity) {
+    PredictedTime predicted;
+    if (stated.has_time()) predicted.time = plausible_instant(stated.time());
+    if (stated.time() != 0 && !predicted.time) remark("implausible predicted time", entity);
+    if (stated.has_delay()) predicted.delay = plausible_delay(stated.delay(), entity);
+    if (stated.has_uncertainty() && stated.uncertainty() >= 0)
+      predicted.uncertainty = Seconds(stated.uncertainty());
+    return predicted;
+  }
+
+  std::optional<Seconds> plausible_delay(std::int32_t delay_s, const std::string& entity) {
+    if (delay_s >= -max_delay_s && delay_s <= max_delay_s) return Seconds(delay_s);
+    remark("delay beyond a day", entity);
+    return std::nullopt;
+  }
+
+  TripUpdateBatch& _batch;
+  const PositionOptions& _options;
+  std::optional<Instant> _received;
+};
+
+}  // namespace
+
+TripUpdateBatch read_trip_updates(std::string_view bytes, const PositionOptions& options) {
+  TripUpdateBatch batch;
+  TripUpdateReader(batch, options).read(bytes);
+  return batch;
+}
+
+}  // namespace qiv

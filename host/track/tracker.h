@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "model/rejections.h"
+#include "model/vehicle_position.h"
+#include "network/network.h"
+#include "track/events.h"
+#include "track/options.h"
+
+namespace qiv {
+
+/// Follows vehicles: from reports, in the order of receipt, to places along the journey patterns.
+/// Deterministic; reads no clock: time comes in with the reports.
+class Tracker {
+ public:
+  /// `network` must outlive the tracker.
+  explicit Tracker(const Network& network, TrackOptions options = {});
+  ~Tracker();
+
+  /// Takes one report and appends what follows from it to `events`. Reports that are not used are
+  /// counted.
+  void update(const VehiclePosition& report, std::vector<TrackEvent>& events);
+
+  /// Lets time pass until `now`, by the clock of receipt: vehicles that have been silent for too
+  /// long leave their trips.
+  void advance(Instant now, std::vector<TrackEvent>& events);
+
+  /// Ends every trip, as at the end of a recording.
+  void finish(std::vector<TrackEvent>& events);
+
+  /// What is said of each vehicle, in the order of their identifiers.
+  struct VehicleReport {
+    VehicleId vehicle;
+    VehicleStatus status = VehicleStatus::no_trip;
+    Instant since{};        ///< of this status
+    Instant last_report{};  ///< time of the vehicle's last report
+  };
+  std::vector<VehicleReport> vehicles() const;
+
+  const Rejections& rejections() const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> _state;
+};
+
+}  // namespace qiv

@@ -1,0 +1,428 @@
+#include "Journey.h"
+
+#include <iostream>
+#include <memory>
+
+#include "KernelRegression.h"
+#include "RQLogger.h"
+#include "exception_contract.h"
+#include "text_stream.h"
+
+namespace {
+
+/// Element `index`, or 0 where a list is too short for the cause that an exception is built for.
+template <class Number>
+Number value_at(const std::vector<Number>& list, std::size_t index) {
+  return index < list.size() ? list[index] : Number();
+}
+
+template <class Number>
+Number last_value(const std::vector<Number>& list) {
+  return list.empty() ? Number() : list.back();
+}
+
+template <class Number>
+unsigned int count(const std::vector<Number>& list) {
+  return static_cast<unsigned int>(list.size());
+}
+
+/// Writes the pair "name[i]=a, name[i+1]=b" in which the order fails first: the first i for which
+/// `fails` holds of a and b, or 0 when it holds nowhere.
+template <class Number, class Fails>
+void write_failing_pair(std::ostream& text, const char* name, const std::vector<Number>& list,
+                        Fails fails) {
+  unsigned int i = 0;
+  while (i + 1 < list.size() && !fails(list[i], list[i + 1])) ++i;
+  if (i + 1 >= list.size()) i = 0;
+  text << "(" << name << "[" << i << "]=" << value_at(list, i) << ", " << name << "[" << i + 1
+       << "]=" << value_at(list, i + 1) << ")\n";
+}
+
+bool not_increasing(double previous, double next) {
+  return previous >= next;
+}
+
+bool decreasing(int previous, int next) {
+  return next < previous;
+}
+
+}  // namespace
+
+invalid_milestones::invalid_milestones(Cause cause, const std::vector<double>& milestones) {
+  TextStream text;
+  if (cause == less_than_two_milestones) {
+    text << "Invalid milestones: number of milestones=" << count(milestones) << " (less than 2)\n";
+  } else if (cause == negative_milestones) {
+    text << "Invalid milestones: first milestone is negative (" << value_at(milestones, 0) << ")\n";
+  } else if (cause == decreasing_milestones) {
+    text << "Invalid milestones: decreasing milestones ";
+    write_failing_pair(text, "milestones", milestones, not_increasing);
+  }
+  _error_msg = text.str();
+}
+
+invalid_milestones::invalid_milestones(Cause cause, const std::vector<double>& milestones,
+                                       double last_bus_stop) {
+  if (cause != bus_stops_out_of_range) return;
+  TextStream text;
+  text << "Invalid milestones: bus stops out of range (last milestone=" << last_value(milestones)
+       << ", last bus stop=" << last_bus_stop << ")\n";
+  _error_msg = text.str();
+}
+
+invalid_milestones::invalid_milestones(Cause cause, const std::vector<double>& milestones,
+                                       unsigned int history_length) {
+  if (cause != incompatible_with_history) return;
+  TextStream text;
+  text << "Invalid milestones: incompatible with history (number of milestones="
+       << count(milestones) << ", length of historical trajectories=" << history_length << ")\n";
+  _error_msg = text.str();
+}
+
+const char* invalid_milestones::what() {
+  return _error_msg.c_str();
+}
+
+invalid_bus_stops::invalid_bus_stops(Cause cause, const std::vector<double>& offsets) {
+  TextStream text;
+  if (cause == less_than_two_bus_stops) {
+    text << "Invalid bus stops: number of bus stops=" << count(offsets) << " (less than 2)\n";
+  } else if (cause == negative_offsets) {
+    text << "Invalid bus stops: first offset is negative (" << value_at(offsets, 0) << ")\n";
+  } else if (cause == decreasing_offsets) {
+    text << "Invalid bus stops: decreasing offsets ";
+    write_failing_pair(text, "offsets", offsets, not_increasing);
+  }
+  _error_msg = text.str();
+}
+
+invalid_bus_stops::invalid_bus_stops(Cause cause, const std::vector<double>& offsets,
+                                     double last_milestone) {
+  if (cause != bus_stops_out_of_range) return;
+  TextStream text;
+  text << "Invalid bus stops: bus stops out of range (last offset=" << last_value(offsets)
+       << ", last milestone=" << last_milestone << ")\n";
+  _error_msg = text.str();
+}
+
+const char* invalid_bus_stops::what() {
+  return _error_msg.c_str();
+}
+
+invalid_history::invalid_history(Cause cause, const std::vector<int>& trajectory) {
+  TextStream text;
+  if (cause == less_than_two_milestones) {
+    text << "Invalid history: length of milestones=" << count(trajectory) << " (less than 2)\n";
+  } else if (cause == decreasing_time_stamps) {
+    text << "Invalid history: decreasing time stamps ";
+    write_failing_pair(text, "trajectory", trajectory, decreasing);
+  }
+  _error_msg = text.str();
+}
+
+invalid_history::invalid_history(Cause cause, const std::vector<int>& trajectory,
+                                 unsigned int length) {
+  TextStream text;
+  if (cause == incompatible_with_history) {
+    text << "Invalid history: incompatible with previous trajectories (length of new trajectory="
+         << count(trajectory) << ", length of previous trajectories=" << length << ")\n";
+  } else if (cause == incompatible_with_milestones) {
+    text << "Invalid history: incompatible with milestones (length of historical trajectory="
+         << count(trajectory) << ", number of milestones=" << length << ")\n";
+  }
+  _error_msg = text.str();
+}
+
+const char* invalid_history::what() {
+  return _error_msg.c_str();
+}
+
+Journey::Journey(const std::string& forecast_method,
+                 const std::vector<std::string>& string_parameter,
+                 const std::vector<double>& double_parameter, const std::string& forecast_mode,
+                 unsigned int max_size_history, const std::string& replacement_strategy)
+    : _shapeVersionTime(0),
+      _shapeVersionID(-1),
+      _bus_route(*this),
+      _history(),
+      _vehicle(),
+      _forecast(),
+      _forecast_algorithm(nullptr) {
+  _history.initialize(max_size_history, replacement_strategy);
+  _forecast.initialize(forecast_mode);
+  if (forecast_method != "KernelRegression") {
+    std::cerr << "Invalid value of parameter 'method': " << forecast_method << "." << std::endl;
+    throw std::exception();
+  }
+  _forecast_algorithm =
+      new KernelRegression(&_forecast, &_bus_route, string_parameter, double_parameter);
+}
+
+// The algorithm is not released.
+Journey::~Journey() {}
+
+void Journey::read_milestones(unsigned long long shapeVersionTime, long long shapeVersionID,
+                              const std::vector<double>& milestones) {
+  if (is_stale(shapeVersionTime, shapeVersionID)) return;
+  check_milestones(milestones);
+  if (_bus_route.milestones_is_initialized() && !_bus_route.identical_milestones(milestones)) {
+    _history.remove_all_histories();
+  }
+  _bus_route.read_milestones(milestones);
+}
+
+void Journey::check_milestones(const std::vector<double>& milestones) {
+  const char* const function = "Journey::read_milestones";
+  const unsigned int n = count(milestones);
+  if (n < 2) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0060E", "%lld%u", _shapeVersionID, n);
+    throw invalid_milestones(invalid_milestones::less_than_two_milestones, milestones);
+  }
+  // Asks whether there are milestones already, not whether there are bus stops.
+  if (_bus_route.bus_stops_is_initialized() &&
+      _bus_route.last_bus_stop_offset() > milestones.back()) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0061E", "%lld%e%e", _shapeVersionID,
+           _bus_route.last_bus_stop_offset(), milestones.back());
+    throw invalid_milestones(invalid_milestones::bus_stops_out_of_range, milestones,
+                             _bus_route.last_bus_stop_offset());
+  }
+  if (milestones.front() < 0.0) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0062E", "%lld%e", _shapeVersionID,
+           milestones.front());
+    throw invalid_milestones(invalid_milestones::negative_milestones, milestones);
+  }
+  for (unsigned int i = 1; i < n; ++i) {
+    if (not_increasing(milestones[i - 1], milestones[i])) {
+      RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0063E", "%lld%u%u%e%e", _shapeVersionID,
+             i - 1, i, milestones[i - 1], milestones[i]);
+      throw invalid_milestones(invalid_milestones::decreasing_milestones, milestones);
+    }
+  }
+  if (_history.is_initialized() && _history.length() != n) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0064E", "%lld%u%u", _shapeVersionID,
+           _history.length(), n);
+    throw invalid_milestones(invalid_milestones::incompatible_with_history, milestones,
+                             _history.length());
+  }
+}
+
+void Journey::read_bus_stops(unsigned long long shapeVersionTime, long long shapeVersionID,
+                             const std::vector<std::string>& stopIDs,
+                             const std::vector<double>& offsets) {
+  if (is_stale(shapeVersionTime, shapeVersionID)) return;
+  check_bus_stops(offsets);
+  _bus_route.read_bus_stops(offsets, stopIDs);
+  _forecast.initialize(_bus_route);
+}
+
+void Journey::check_bus_stops(const std::vector<double>& offsets) {
+  const char* const function = "Journey::read_bus_stops";
+  const unsigned int n = count(offsets);
+  if (n < 2) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0070E", "%lld%u", _shapeVersionID, n);
+    throw invalid_bus_stops(invalid_bus_stops::less_than_two_bus_stops, offsets);
+  }
+  if (_bus_route.milestones_is_initialized() &&
+      offsets.back() > _bus_route.last_milestone_offset()) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0071E", "%lld%e%e", _shapeVersionID,
+           offsets.back(), _bus_route.last_milestone_offset());
+    throw invalid_bus_stops(invalid_bus_stops::bus_stops_out_of_range, offsets,
+                            _bus_route.last_milestone_offset());
+  }
+  if (offsets.front() < 0.0) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0072E", "%lld%e", _shapeVersionID,
+           offsets.front());
+    throw invalid_bus_stops(invalid_bus_stops::negative_offsets, offsets);
+  }
+  for (unsigned int i = 1; i < n; ++i) {
+    if (not_increasing(offsets[i - 1], offsets[i])) {
+      RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0073E", "%lld%u%u%e%e", _shapeVersionID,
+             i - 1, i, offsets[i - 1], offsets[i]);
+      throw invalid_bus_stops(invalid_bus_stops::decreasing_offsets, offsets);
+    }
+  }
+}
+
+void Journey::read_history(unsigned long long shapeVersionTime, long long shapeVersionID,
+                           category_t category, const std::vector<int>& trajectory) {
+  if (is_stale(shapeVersionTime, shapeVersionID)) return;
+  check_trajectory(category, trajectory);
+  _history.push_back(category, trajectory);
+}
+
+void Journey::check_trajectory(category_t category, const std::vector<int>& trajectory) {
+  const char* const function = "Journey::read_history";
+  const unsigned int n = count(trajectory);
+  const History* const store = _history[category];
+  const unsigned int buffer_size = store == nullptr ? 0 : store->size();
+  const unsigned int nb_milestones = _bus_route.get_nb_milestones();
+  if (_bus_route.milestones_is_initialized() && n != nb_milestones) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0080E", "%lld%u%u%u", _shapeVersionID,
+           buffer_size, n, nb_milestones);
+    throw invalid_history(invalid_history::incompatible_with_milestones, trajectory, nb_milestones);
+  }
+  if (n < 2) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0081E", "%lld%u%u", _shapeVersionID,
+           buffer_size, n);
+    throw invalid_history(invalid_history::less_than_two_milestones, trajectory);
+  }
+  for (unsigned int i = 0; i + 1 < n; ++i) {
+    if (decreasing(trajectory[i], trajectory[i + 1])) {
+      RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0082E", "%lld%u%u%u%d%d", _shapeVersionID,
+             buffer_size, i, i + 1, trajectory[i], trajectory[i + 1]);
+      throw invalid_history(invalid_history::decreasing_time_stamps, trajectory);
+    }
+  }
+  if (_history.is_initialized() && _history.length() != n) {
+    RQLogV(function, RQLogger::RQLogLevel::error, "KWXBN0083E", "%lld%u%u%u", _shapeVersionID,
+           buffer_size, n, _history.length());
+    throw invalid_history(invalid_history::incompatible_with_history, trajectory,
+                          _history.length());
+  }
+}
+
+void Journey::remove_all_histories() {
+  _history.remove_all_histories();
+}
+
+Forecast* Journey::update(const std::string& vehicleID, const VehicleJourneyRef& vehicleJourneyRef,
+                          unsigned long long shapeVersionTime, long long shapeVersionID,
+                          category_t category, double offset, long long time, double max_error) {
+  if (is_stale(shapeVersionTime, shapeVersionID)) return nullptr;
+  if (!_bus_route.milestones_is_initialized()) return nullptr;
+  if (!_bus_route.is_in_range(offset)) return nullptr;
+  Vehicle* vehicle = _vehicle[vehicleID];
+  const History* const history = _history[category];
+  if (vehicle != nullptr) {
+    vehicle->update_position(vehicleJourneyRef, offset, time, max_error);
+  } else {
+    _vehicle.initialize(vehicleID, vehicleJourneyRef, offset, time, max_error);
+    vehicle = _vehicle[vehicleID];
+    vehicle->set_start_time(_forecast_algorithm->compute_start_time(vehicle, history, category));
+  }
+  _forecast_algorithm->compute_forecast(vehicle, history, category);
+  return &_forecast;
+}
+
+bool Journey::is_served_by(const std::string& vehicleID, long long time) {
+  const Vehicle* const vehicle = _vehicle[vehicleID];
+  if (vehicle == nullptr) return false;
+  if (vehicle->get_last_time() > time) return true;
+  _vehicle.remove_vehicle(vehicleID);
+  return false;
+}
+
+void Journey::remove_inactive_vehicles() {
+  _vehicle.remove_inactive_vehicles();
+}
+
+// Takes up a new shape version and wipes the journey before anyone looks at the data that came with
+// it: a rejected message of a new shape retires the old one all the same.
+bool Journey::is_stale(unsigned long long shapeVersionTime, long long shapeVersionID) {
+  if (shapeVersionID == _shapeVersionID) return false;
+  if (_shapeVersionTime > shapeVersionTime) return true;
+  _shapeVersionID = shapeVersionID;
+  _shapeVersionTime = shapeVersionTime;
+  _vehicle.remove_all_vehicles();
+  _history.remove_all_histories();
+  _bus_route.remove_bus_stops();
+  _bus_route.remove_milestones();
+  return false;
+}
+
+AllJourneys::~AllJourneys() {
+  for (const auto& entry : _journey) delete entry.second;
+}
+
+void AllJourneys::initialize(const std::string& forecast_method,
+                             const std::vector<std::string>& string_parameter,
+                             const std::vector<double>& double_parameter,
+                             const std::string& forecast_mode, unsigned int max_size_history,
+                             const std::string& replacement_strategy) {
+  _forecast_method = forecast_method;
+  _string_parameter = string_parameter;
+  _double_parameter = double_parameter;
+  _forecast_mode = forecast_mode;
+  _max_size_history = max_size_history;
+  _replacement_strategy = replacement_strategy;
+}
+
+QIV_CONTRACT_BEGIN
+
+void AllJourneys::read_milestones(const std::string& journeyPatternRef,
+                                  unsigned long long shapeVersionTime, long long shapeVersionID,
+                                  const std::vector<double>& milestones)
+    QIV_THROWS_ONLY(invalid_milestones) {
+  let_pass_only<invalid_milestones>([&] {
+    (*this)[journeyPatternRef]->read_milestones(shapeVersionTime, shapeVersionID, milestones);
+  });
+}
+
+void AllJourneys::read_bus_stops(const std::string& journeyPatternRef,
+                                 unsigned long long shapeVersionTime, long long shapeVersionID,
+                                 const std::vector<std::string>& stopIDs,
+                                 const std::vector<double>& offsets)
+    QIV_THROWS_ONLY(invalid_bus_stops) {
+  let_pass_only<invalid_bus_stops>([&] {
+    (*this)[journeyPatternRef]->read_bus_stops(shapeVersionTime, shapeVersionID, stopIDs, offsets);
+  });
+}
+
+void AllJourneys::read_history(const std::string& journeyPatternRef,
+                               unsigned long long shapeVersionTime, long long shapeVersionID,
+                               category_t category, const std::vector<int>& trajectory)
+    QIV_THROWS_ONLY(invalid_history) {
+  let_pass_only<invalid_history>([&] {
+    (*this)[journeyPatternRef]->read_history(shapeVersionTime, shapeVersionID, category,
+                                             trajectory);
+  });
+}
+
+QIV_CONTRACT_END
+
+Forecast* AllJourneys::update(const std::string& journeyPatternRef, const std::string& vehicleID,
+                              const VehicleJourneyRef& vehicleJourneyRef,
+                              unsigned long long shapeVersionTime, long long shapeVersionID,
+                              category_t category, double offset, long long time,
+                              double max_error) {
+  const auto named = _journey.find(journeyPatternRef);
+  Journey* journey = named == _journey.end() ? nullptr : named->second;
+  const auto last = _last_journey.find(vehicleID);
+  if (last != _last_journey.end() && last->second != journey &&
+      last->second->is_served_by(vehicleID, time)) {
+    return nullptr;
+  }
+  if (journey == nullptr) journey = (*this)[journeyPatternRef];
+  if (last != _last_journey.end()) {
+    last->second = journey;
+  } else {
+    _last_journey.emplace(vehicleID, journey);
+  }
+  Forecast* const forecast = journey->update(vehicleID, vehicleJourneyRef, shapeVersionTime,
+                                             shapeVersionID, category, offset, time, max_error);
+  if (forecast == nullptr && journey->_vehicle[vehicleID] == nullptr) {
+    _last_journey.erase(vehicleID);
+  }
+  return forecast;
+}
+
+void AllJourneys::remove_inactive_vehicles() {
+  for (const auto& entry : _journey) entry.second->remove_inactive_vehicles();
+  for (auto last = _last_journey.begin(); last != _last_journey.end();) {
+    if (last->second->_vehicle[last->first] == nullptr) {
+      last = _last_journey.erase(last);
+    } else {
+      ++last;
+    }
+  }
+}
+
+Journey* AllJourneys::operator[](const std::string& journeyPatternRef) {
+  const auto entry = _journey.find(journeyPatternRef);
+  if (entry != _journey.end()) return entry->second;
+  std::unique_ptr<Journey> created(new Journey(_forecast_method, _string_parameter,
+                                               _double_parameter, _forecast_mode, _max_size_history,
+                                               _replacement_strategy));
+  _journey.emplace(journeyPatternRef, created.get());
+  return created.release();
+}

@@ -1,0 +1,101 @@
+# cmake -DQIV=<program> -DDATA=<folder> -DWORK=<folder> -P main_job_test.cmake
+#
+# The main job on three recorded days, as a user does it, with the exit codes and the refusals.
+
+function(expect code)
+  execute_process(
+    COMMAND ${QIV} ${ARGN}
+    RESULT_VARIABLE result
+    OUTPUT_VARIABLE output
+    ERROR_VARIABLE errors)
+  if(NOT result EQUAL code)
+    message(FATAL_ERROR "qiv ${ARGN} ended with ${result}, not ${code}:\n${output}${errors}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+  set(errors "${errors}" PARENT_SCOPE)
+endfunction()
+
+function(expect_text text wanted)
+  if(NOT "${text}" MATCHES "${wanted}")
+    message(FATAL_ERROR "'${wanted}' is not in:\n${text}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+set(city ${WORK}/dublin)
+
+expect(0 --help)
+expect_text("${output}" "Examples:")
+expect(2 learn)
+expect(2 learn ${city})
+expect_text("${errors}" "no city here; make one by: qiv init")
+expect(1 init ${city} --gtfs ${WORK}/missing.zip)
+expect_text("${errors}" "missing.zip")
+
+expect(0 init ${city} --gtfs ${DATA}/gtfs.zip)
+expect_text("${output}" "17 journey patterns, 423 trips, 32 stops")
+expect(3 learn ${city})
+expect_text("${errors}" "no positions recorded")
+set(days ${DATA}/positions-20250923.csv.gz ${DATA}/positions-20250924.csv.gz
+         ${DATA}/positions-20250926.csv.gz)
+expect(0 record ${city} ${days})
+expect_text("${output}" "47807 rows read, 47807 positions new, 0 known")
+expect(0 record ${city} ${days})
+expect_text("${output}" "0 positions new, 47807 known already")
+
+expect(0 learn ${city} --until 2025-09-24)
+expect_text("${output}" "Learned from 2025-09-23 to 2025-09-24")
+expect(2 evaluate ${city} --from 2025-09-24 --to 2025-09-26)
+expect_text("${errors}" "learn again by: qiv learn .* --until 2025-09-23")
+expect(3 evaluate ${city} --from 2025-09-25 --to 2025-09-25)
+expect(2 evaluate ${city} --from 26.9.2025 --to 2025-09-26)
+expect_text("${errors}" "write YYYY-MM-DD")
+
+expect(0 evaluate ${city} --from 2025-09-26 --to 2025-09-26 --json ${WORK}/a.json --html
+       ${WORK}/a.html --csv ${WORK}/a.csv)
+expect_text("${output}" "qiv forecast")
+expect(0 evaluate ${city} --from 2025-09-26 --to 2025-09-26 --json ${WORK}/b.json)
+file(READ ${WORK}/a.json a)
+file(READ ${WORK}/b.json b)
+if(NOT a STREQUAL b)
+  message(FATAL_ERROR "the same input gave other figures")
+endif()
+foreach(contender forecast timetable timetable_delay historical_mean category_mean last_vehicle)
+  string(JSON mean GET "${a}" ${contender} mean_mae_s)
+  string(JSON eta GET "${a}" ${contender} eta_score)
+  string(JSON buckets LENGTH "${a}" ${contender} buckets)
+  if(NOT buckets EQUAL 6 OR NOT mean GREATER 0 OR NOT eta GREATER 0)
+    message(FATAL_ERROR "${contender}: ${buckets} buckets, mean ${mean}, score ${eta}")
+  endif()
+endforeach()
+foreach(key coverage_90 missed_share availability wobble_s)
+  string(JSON value GET "${a}" forecast ${key})
+endforeach()
+file(READ ${WORK}/a.html html LIMIT 4000000)
+expect_text("${html}" "<svg")
+
+set(trip E105-0751-MHIDE-GSTNS)
+expect(0 explain ${city} --trip ${trip} --at 2025-09-26T08:15:00)
+expect_text("${output}" "earlier trips")
+expect(3 explain ${city} --trip ${trip} --at 2025-09-26T05:00:00)
+expect_text("${errors}" "announced only 60 minutes before")
+expect(3 explain ${city} --trip nonsense --at 2025-09-26T08:15:00)
+expect_text("${errors}" "the timetable has no trip of this name")
+
+expect(0 replay ${city} --day 2025-09-26 --at 08:15:00 --format pb --out ${WORK}/feed.pb)
+file(SIZE ${WORK}/feed.pb size)
+if(size LESS 1000)
+  message(FATAL_ERROR "the feed has ${size} bytes")
+endif()
+expect(0 replay ${city} --day 2025-09-26 --at 08:15:00 --format text)
+expect_text("${output}" "trip_update")
+expect(0 inspect ${city} --json)
+string(JSON positions GET "${output}" positions)
+if(NOT positions EQUAL 47807)
+  message(FATAL_ERROR "inspect counts ${positions} positions")
+endif()
+
+file(WRITE ${city}/city.toml "name = \"x\"\n\n[track]\nsilense = 3\n")
+expect(2 inspect ${city})
+expect_text("${errors}" "city.toml:4: there is no key 'silense'")

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "evaluate/report_html.h"
+#include "evaluate/scorecard.h"
+
+namespace qiv::testing {
+
+/// The scorecard of a week in which the forecast did best and its bounds held.
+Scorecard sample_scorecard();
+
+/// Names of the stops in `sample_scorecard`, and two trips that went badly.
+ReportDetails sample_details();
+
+}  // namespace qiv::testing
