@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
+#include <thread>
 
 #include "history/archive_schema.h"
 
@@ -122,11 +124,17 @@ std::int64_t Archive::Impl::pragma(const char* sql) {
   return _database.execAndGet(sql).getInt64();
 }
 
-/// Throws unless the file is empty or an archive that this program understands.
+/// Throws unless the file is empty or an archive that this program understands. All three answers
+/// are of one state of the file, which another program may be making at this moment.
 void Archive::Impl::check_content() {
-  const std::int64_t application = pragma("PRAGMA application_id");
-  const std::int64_t version = pragma("PRAGMA user_version");
-  const bool empty = pragma("SELECT count(*) FROM sqlite_master") == 0;
+  std::int64_t application = 0;
+  std::int64_t version = 0;
+  bool empty = true;
+  read([&] {
+    application = pragma("PRAGMA application_id");
+    version = pragma("PRAGMA user_version");
+    empty = pragma("SELECT count(*) FROM sqlite_master") == 0;
+  });
   const bool ours = application == archive_application_id;
   if (!ours && (application != 0 || version != 0 || !empty)) {
     throw_error(_file, Kind::not_an_archive, "it is the database of another program");
@@ -150,7 +158,7 @@ void Archive::Impl::bring_up_to_date(const ArchiveOptions& options) {
     pragma(("PRAGMA max_page_count = " + std::to_string(pages)).c_str());
   }
   _database.exec("PRAGMA synchronous = FULL");
-  use_write_ahead_log();
+  use_write_ahead_log(options.patience);
   write([&] {
     check_content();
     const auto version = static_cast<int>(pragma("PRAGMA user_version"));
@@ -158,13 +166,19 @@ void Archive::Impl::bring_up_to_date(const ArchiveOptions& options) {
   });
 }
 
-/// The change of mode answers "locked" at once when another program opens the new file at the same
-/// time; the write transaction waits for it.
-void Archive::Impl::use_write_ahead_log() {
+/// The change of mode answers "locked" at once, whatever the patience, while another program opens
+/// the new file at the same time; each round waits for that program's write to end.
+void Archive::Impl::use_write_ahead_log(std::chrono::milliseconds patience) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
   constexpr const char* change = "PRAGMA journal_mode = WAL";
-  if ((_database.tryExec(change) & 0xff) != SQLITE_BUSY) return;
-  _database.exec("BEGIN IMMEDIATE; COMMIT");
-  _database.exec(change);
+  while ((_database.tryExec(change) & 0xff) == SQLITE_BUSY) {
+    if (std::chrono::steady_clock::now() >= deadline) {
+      _database.exec(change);  // says in its error what is in the way
+      return;
+    }
+    _database.exec("BEGIN IMMEDIATE; COMMIT");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 Query Archive::Impl::query(const char* sql) {

@@ -3,6 +3,7 @@
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Exception.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -62,6 +63,11 @@ struct Archive::Impl {
   /// The name of a number.
   const std::string& name(std::int64_t number);
 
+  /// Adds a run; one of the same vehicle, trip and recorded day replaces the earlier one.
+  void insert_run(const ArchivedRun& run, std::int64_t followed);
+  /// The run of the row (trip, day, start, vehicle, pattern, progress, times of the calls,
+  /// followed) that `select` is at.
+  ArchivedRun read_run(const Query& select);
   std::int64_t intern_calls(const std::vector<Call>& calls);
   /// The trip whose name, day and start are in three columns from `column` on.
   TripKey read_key(const Query& query, int column);
@@ -112,7 +118,7 @@ struct Archive::Impl {
   [[noreturn]] void throw_translated(const SQLite::Exception& error) const;
   void check_content();
   void bring_up_to_date(const ArchiveOptions& options);
-  void use_write_ahead_log();
+  void use_write_ahead_log(std::chrono::milliseconds patience);
   std::int64_t pragma(const char* sql);
 
   std::filesystem::path _file;
