@@ -6,7 +6,7 @@
 #include "app/commands.h"
 #include "app/exit_code.h"
 #include "engine/explain.h"
-#include "evaluate/replay.h"
+#include "engine/tracked_engine.h"
 #include "history/category.h"
 
 namespace qiv {
@@ -100,21 +100,17 @@ void run_explain(const ExplainArguments& arguments) {
   const RecordedRuns runs =
       city.follow(moment.day - std::chrono::days(1), [](double, ServiceDate) {});
   const LearnedSettings settings = city.settings();
-  Tracker tracker(city.network(), city.config().track);
-  Engine engine(
+  TrackedEngine tracked(
       city.network(), settings,
       [&](PatternIndex pattern, const Grid& grid) {
         return runs.before(moment.day, pattern, grid);
       },
-      city.config().engine);
-  std::vector<TrackEvent> events;
+      city.config().track, city.config().engine);
   for (const VehiclePosition& position : positions) {
-    events.clear();
-    tracker.advance(position.received, events);
-    tracker.update(position, events);
-    for (const TrackEvent& event : events) engine.apply(event);
-    for (const TripRun& run : engine.take_finished()) engine.learn_from(run, position.received);
+    tracked.advance(position.received);
+    tracked.take(position);
   }
+  Engine& engine = tracked.engine();
   const auto shown = engine.forecast(key, at);
   if (!shown || shown->stops.empty()) {
     throw CommandError(ExitCode::no_data,

@@ -4,11 +4,10 @@
 #include <span>
 #include <vector>
 
-#include "engine/engine.h"
+#include "engine/tracked_engine.h"
 #include "model/settings.h"
 #include "model/vehicle_position.h"
 #include "network/network.h"
-#include "track/tracker.h"
 
 namespace qiv {
 
@@ -29,28 +28,23 @@ struct ReplayObserver {
 };
 
 /// Drives tracker and engine over recorded positions, in order of receipt, as the live service
-/// does: trips that finish join the histories at once.
+/// does.
 class Replay {
  public:
   /// `network` and `settings` must outlive the replay.
   Replay(const Network& network, const LearnedSettings& settings, HistorySource history,
-         ReplayOptions options = {});
+         const ReplayOptions& options = {});
 
   /// Replays `positions` (in order of receipt), from the first to the last of them.
   void run(std::span<const VehiclePosition> positions, const ReplayObserver& observer);
 
-  const Engine& engine() const { return _engine; }
-  Engine& engine() { return _engine; }
-  const Tracker& tracker() const { return _tracker; }
+  const Engine& engine() const { return _tracked.engine(); }
+  Engine& engine() { return _tracked.engine(); }
+  const Tracker& tracker() const { return _tracked.tracker(); }
 
  private:
-  void take(const std::vector<TrackEvent>& events, const ReplayObserver& observer);
-  void take_finished(Instant now, const ReplayObserver& observer);
-
-  ReplayOptions _options;
-  Tracker _tracker;
-  Engine _engine;
-  std::vector<TrackEvent> _events;
+  Seconds _display_interval;
+  TrackedEngine _tracked;
 };
 
 }  // namespace qiv
