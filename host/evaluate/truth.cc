@@ -226,18 +226,24 @@ std::size_t count_arrivals(const TripTruth& truth) {
 
 }  // namespace
 
+std::optional<TripKey> stated_trip(const Network& network, const VehiclePosition& position) {
+  if (position.vehicle.empty() || position.trip.empty()) return std::nullopt;
+  const TripPlan* const plan =
+      network.nearest_repetition(position.trip, position.start_time.value_or(Seconds(0)));
+  if (plan == nullptr) return std::nullopt;
+  const auto day =
+      position.start_date ? position.start_date : network.nearest_service_day(*plan, position.time);
+  if (!day) return std::nullopt;
+  return TripKey{plan->id, *day, plan->start};
+}
+
 Truth observe(const Network& network, std::span<const VehiclePosition> positions,
               const TruthOptions& options) {
   std::map<std::pair<TripKey, VehicleId>, std::vector<const VehiclePosition*>> runs;
   for (const VehiclePosition& position : positions) {
-    if (position.vehicle.empty() || position.trip.empty()) continue;
-    const TripPlan* const plan =
-        network.nearest_repetition(position.trip, position.start_time.value_or(Seconds(0)));
-    if (plan == nullptr) continue;
-    const auto day = position.start_date ? position.start_date
-                                         : network.nearest_service_day(*plan, position.time);
-    if (!day) continue;
-    runs[{TripKey{plan->id, *day, plan->start}, position.vehicle}].push_back(&position);
+    if (const auto key = stated_trip(network, position)) {
+      runs[{*key, position.vehicle}].push_back(&position);
+    }
   }
   Truth truth;
   for (auto& [key, reports] : runs) {

@@ -38,6 +38,10 @@ struct TruthOptions {
   Seconds longest_gap{420};
 };
 
+/// The trip and day that a position is of, by the names that it states and its time; nothing when
+/// it names none or the timetable has no such trip.
+std::optional<TripKey> stated_trip(const Network& network, const VehiclePosition& position);
+
 /// Reads the truth out of a day's positions, with both sides of every stop at hand: independent of
 /// what the tracker made of them and when. Arrivals that the feed states win; the others are
 /// interpolated between the reports before and behind the stop. Each vehicle's fixes are matched to

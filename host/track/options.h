@@ -34,6 +34,8 @@ struct TrackOptions {
   double station_zone_m = 30.0;
   /// A vehicle without a report for this long has left its trip.
   Seconds silence{1200};
+  /// A vehicle without a report for this long is forgotten.
+  Seconds memory{6 * 3600};
   /// A vehicle so long off its route has left its trip.
   Seconds off_route_patience{600};
 };

@@ -1,6 +1,7 @@
 #include "track/tracker.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <optional>
 
@@ -59,6 +60,7 @@ struct Tracker::State {
   TrackOptions options;
   std::map<VehicleId, Followed> vehicles;
   std::map<TripKey, VehicleId> leaders;
+  Instant quiet_until = Instant::min();  ///< no vehicle falls silent before
   Rejections rejections;
 };
 
@@ -75,6 +77,12 @@ void Tracker::advance(Instant now, std::vector<TrackEvent>& events) {
   _state->advance(now, events);
 }
 
+void Tracker::release(const VehicleId& vehicle, Instant now, std::vector<TrackEvent>& events) {
+  const auto entry = _state->vehicles.find(vehicle);
+  if (entry == _state->vehicles.end()) return;
+  _state->end(entry->second, TripEnded::Reason::next_trip, now, events);
+}
+
 void Tracker::finish(std::vector<TrackEvent>& events) {
   for (auto& [id, vehicle] : _state->vehicles) {
     _state->end(vehicle, TripEnded::Reason::silent, vehicle.last_received, events);
@@ -83,7 +91,11 @@ void Tracker::finish(std::vector<TrackEvent>& events) {
 
 std::vector<Tracker::VehicleReport> Tracker::vehicles() const {
   std::vector<VehicleReport> said;
-  for (const auto& [id, vehicle] : _state->vehicles) said.push_back(vehicle.said);
+  said.reserve(_state->vehicles.size());
+  for (const auto& [id, vehicle] : _state->vehicles) {
+    said.push_back(vehicle.said);
+    if (vehicle.gate) said.back().trip = vehicle.gate->trip().key;
+  }
   return said;
 }
 
@@ -189,10 +201,18 @@ void Tracker::State::lose(Followed& vehicle, const VehiclePosition& report,
 }
 
 void Tracker::State::advance(Instant now, std::vector<TrackEvent>& events) {
-  for (auto& [id, vehicle] : vehicles) {
-    if (!vehicle.gate || now - vehicle.last_received <= options.silence) continue;
-    end(vehicle, TripEnded::Reason::silent, now, events);
-    set(vehicle, VehicleStatus::stale, now);
+  if (now < quiet_until) return;
+  quiet_until = now + options.silence;
+  for (auto vehicle = vehicles.begin(); vehicle != vehicles.end();) {
+    Followed& followed = vehicle->second;
+    const Seconds silent = now - followed.last_received;
+    if (silent > options.silence) {
+      end(followed, TripEnded::Reason::silent, now, events);
+      set(followed, VehicleStatus::stale, now);
+    } else {
+      quiet_until = std::min(quiet_until, followed.last_received + options.silence);
+    }
+    vehicle = silent > options.memory ? vehicles.erase(vehicle) : std::next(vehicle);
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "model/rejections.h"
@@ -24,8 +25,11 @@ class Tracker {
   void update(const VehiclePosition& report, std::vector<TrackEvent>& events);
 
   /// Lets time pass until `now`, by the clock of receipt: vehicles that have been silent for too
-  /// long leave their trips.
+  /// long leave their trips, and are forgotten in the end.
   void advance(Instant now, std::vector<TrackEvent>& events);
+
+  /// Ends the trip of one vehicle, if it is on one, as if it had begun another.
+  void release(const VehicleId& vehicle, Instant now, std::vector<TrackEvent>& events);
 
   /// Ends every trip, as at the end of a recording.
   void finish(std::vector<TrackEvent>& events);
@@ -34,8 +38,9 @@ class Tracker {
   struct VehicleReport {
     VehicleId vehicle;
     VehicleStatus status = VehicleStatus::no_trip;
-    Instant since{};        ///< of this status
-    Instant last_report{};  ///< time of the vehicle's last report
+    Instant since{};              ///< of this status
+    Instant last_report{};        ///< time of the vehicle's last report
+    std::optional<TripKey> trip;  ///< that it is followed on
   };
   std::vector<VehicleReport> vehicles() const;
 

@@ -157,6 +157,32 @@ TEST_F(TrackerTest, ASilentVehicleLeavesItsTripAndMayComeBack) {
                                      "progress 2700"));
 }
 
+TEST_F(TrackerTest, AReleasedVehicleLeavesItsTripOnce) {
+  std::vector<TrackEvent> events;
+  tracker.update(fix("v", "out", "08:00:00", 0), events);
+  tracker.update(fix("v", "out", "08:02:00", 500), events);
+  events.clear();
+  tracker.release(VehicleId("v"), at("08:02:10"), events);
+  tracker.release(VehicleId("v"), at("08:02:10"), events);
+  tracker.release(VehicleId("nobody"), at("08:02:10"), events);
+  EXPECT_THAT(words(events), ::testing::ElementsAre("ended next trip"));
+}
+
+TEST_F(TrackerTest, AVehicleIsForgottenLongAfterItFellSilent) {
+  std::vector<TrackEvent> events;
+  tracker.update(fix("v", "out", "08:00:00", 0), events);
+  tracker.update(fix("w", "later", "09:00:00", 0), events);
+  ASSERT_EQ(tracker.vehicles().size(), 2U);
+  EXPECT_EQ(tracker.vehicles()[1].trip->trip, TripId("later"));
+  tracker.advance(at("09:30:00"), events);
+  ASSERT_EQ(tracker.vehicles().size(), 2U);
+  EXPECT_EQ(tracker.vehicles()[1].status, VehicleStatus::stale);
+  EXPECT_FALSE(tracker.vehicles()[1].trip);
+  tracker.advance(at("14:30:00"), events);
+  ASSERT_EQ(tracker.vehicles().size(), 1U);
+  EXPECT_EQ(tracker.vehicles()[0].vehicle, VehicleId("w"));
+}
+
 TEST_F(TrackerTest, TheFirstVehicleOnATripLeads) {
   EXPECT_THAT(follow({fix("v", "out", "08:00:00", 0), fix("v", "out", "08:02:00", 500),
                       fix("w", "out", "08:02:10", 900), fix("v", "out", "08:03:00", 1000)}),

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "engine/explain.h"
+#include "engine/tracked_engine.h"
+#include "history/archive.h"
+#include "model/settings.h"
+#include "serve/archive_writer.h"
+#include "serve/snapshot.h"
+
+namespace qiv {
+
+/// Gives the histories of a network's patterns: the trips whose first report was received before
+/// `begun_before`.
+using HistoryFactory = std::function<HistorySource(const Network& network, Instant begun_before)>;
+
+struct LiveCityOptions {
+  TrackOptions track;
+  EngineOptions engine;
+  ArchiveWriter::Options writer;
+  /// False: nothing is brought into the archive, as when a recorded day is shown again.
+  bool records = true;
+  /// The histories begin with the trips before this moment.
+  Instant history_until = Instant::max();
+  /// After a restart the vehicles on the road are rebuilt from the positions since their trips
+  /// began, and this long before ...
+  Seconds rebuild_margin{1800};
+  /// ... but of no more than this stretch of time.
+  Seconds longest_rebuild{6 * 3600};
+};
+
+/// A city under way: positions and time go in, snapshots come out, and everything that happens is
+/// brought into the archive. One thread at a time; reads no clock.
+///
+/// The archive is enough to come back: a city that is made anew from it goes on as this one would
+/// have.
+class LiveCity {
+ public:
+  /// `archive` must outlive the city, and so must what `histories` refers to. After a restart call
+  /// `rebuild` before the first position.
+  LiveCity(std::shared_ptr<const Network> network, LearnedSettings settings, Archive& archive,
+           HistoryFactory histories, LiveCityOptions options = {});
+  ~LiveCity();
+
+  /// Brings the vehicles on the road back, as of `now`, from the archive. What the archive calls
+  /// under way and is not any more is closed.
+  void rebuild(Instant now);
+
+  /// Takes one position, in order of receipt.
+  void take(const VehiclePosition& position);
+
+  /// Lets time pass until `now`.
+  void advance(Instant now);
+
+  /// Stores what has happened since the last call, as one transaction. False when the archive
+  /// could not take it; it is tried again with the next.
+  bool store();
+
+  /// Changes to a new timetable: trips on the road finish on the one that they began on, histories
+  /// stay for every pattern that stays the same.
+  void use_timetable(std::shared_ptr<const Network> network, Instant now);
+
+  /// Changes to newly learned settings: builds the engine anew beside the old one, from the
+  /// archive, and swaps.
+  void use_settings(LearnedSettings settings, Instant now);
+
+  /// What is on display at `now`. Sources, scores, names and readiness are the caller's to fill in.
+  Snapshot show(Instant now);
+
+  /// What is behind the present forecast of a trip under way; nothing for any other trip.
+  std::optional<Explanation> explain_trip(const TripKey& trip);
+
+  /// Called with each trip that has ended, before the histories take it.
+  std::function<void(const TripRun& run, Instant now)> on_finished;
+
+  /// How far a trip under way is behind its timetable, in seconds; nothing before its first report.
+  std::optional<double> delay_s(const TripKey& trip);
+
+  const Network& network() const { return *_network; }
+  const ArchiveWriter& writer() const { return _writer; }
+
+ private:
+  struct Generation;
+
+  std::unique_ptr<Generation> make_generation(std::shared_ptr<const Network> network,
+                                              Instant begun_before) const;
+  void listen(Generation& generation);
+  Instant rebuild_from(Instant now) const;
+  void replay_into(Generation& generation, Instant from, Instant now) const;
+  void close_abandoned();
+  const LiveTrip* find(const TripKey& trip, Generation*& on) const;
+  bool take_on_old(const VehiclePosition& position);
+  std::vector<TripForecast> displayed(Instant now);
+  std::vector<VehicleView> vehicle_views(const std::vector<TripForecast>& shown, Instant now);
+  VehicleView view_of(const Tracker::VehicleReport& report, const VehiclePosition* seen,
+                      const std::vector<TripForecast>& shown) const;
+
+  Archive& _archive;
+  HistoryFactory _histories;
+  LiveCityOptions _options;
+  ArchiveWriter _writer;
+  std::shared_ptr<const Network> _network;
+  std::shared_ptr<const LearnedSettings> _settings;
+  std::unique_ptr<Generation> _current;
+  std::vector<std::unique_ptr<Generation>> _retiring;  ///< on earlier timetables, oldest first
+  std::map<VehicleId, VehiclePosition> _seen;          ///< the last of each vehicle
+  std::uint64_t _serial = 0;
+  std::uint64_t _taken = 0;
+};
+
+}  // namespace qiv

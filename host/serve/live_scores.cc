@@ -1,0 +1,196 @@
+#include "serve/live_scores.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "evaluate/error_stats.h"
+
+namespace qiv {
+namespace {
+
+constexpr Seconds horizon = std::chrono::hours(1);
+constexpr Seconds longest_trip = std::chrono::hours(8);
+constexpr Seconds bin_width = std::chrono::minutes(5);
+constexpr Seconds hour = std::chrono::hours(1);
+constexpr Seconds day = std::chrono::hours(24);
+
+/// The same for a name on every machine (FNV-1a).
+std::uint64_t hash_of(const std::string& text) {
+  std::uint64_t hash = 14695981039346656037ULL;
+  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
+  return hash;
+}
+
+double magnitude(Seconds error) {
+  return std::abs(static_cast<double>(error.count()));
+}
+
+/// Timetable plus present delay; before the first report plus what it is late by now.
+Instant with_delay(Instant scheduled, Instant departure, std::optional<double> delay_s,
+                   Instant now) {
+  const Seconds delay =
+      delay_s ? Seconds(std::llround(*delay_s)) : std::max(Seconds(0), Seconds(now - departure));
+  return std::max(scheduled + delay, now);
+}
+
+}  // namespace
+
+LiveScores::Sums& LiveScores::Sums::operator+=(const Sums& other) {
+  n += other.n;
+  absolute_s += other.absolute_s;
+  error_s += other.error_s;
+  timetable_s += other.timetable_s;
+  timetable_delay_s += other.timetable_delay_s;
+  on_time += other.on_time;
+  bounded += other.bounded;
+  inside_68 += other.inside_68;
+  inside_90 += other.inside_90;
+  return *this;
+}
+
+LiveScores::Bin& LiveScores::Bin::operator+=(const Bin& other) {
+  arrivals += other.arrivals;
+  for (std::size_t i = 0; i < bucket_count; ++i) sums[i] += other.sums[i];
+  return *this;
+}
+
+bool LiveScores::is_scored(const TripKey& trip) const {
+  return _parts <= 1 || _trips.contains(trip) || hash_of(to_string(trip)) % _parts == 0;
+}
+
+void LiveScores::take(const VehiclePosition& position, const Network& network) {
+  const auto trip = stated_trip(network, position);
+  if (!trip || !is_scored(*trip)) return;
+  Scored& scored = _trips[*trip];
+  scored.positions.push_back(position);
+  scored.last_received = position.received;
+}
+
+bool LiveScores::is_due(Instant now) const {
+  return _moments.empty() || now - _moments.back() >= _options.interval;
+}
+
+void LiveScores::sample(Instant now, const std::vector<TripForecast>& shown,
+                        const DelayOf& delay_of, const Network& network) {
+  _now = now;
+  _moments.push_back(now);
+  while (now - _moments.front() > longest_trip) _moments.pop_front();
+  _parts = shown.size() / std::max<std::size_t>(1, _options.most_trips) + 1;
+  for (const TripForecast& forecast : shown) {
+    if (forecast.stops.empty() || !(forecast.confidence > 0.0) || !is_scored(forecast.trip)) {
+      continue;
+    }
+    Scored& scored = _trips[forecast.trip];
+    if (scored.positions.empty()) scored.last_received = now;
+    Sample& sample = scored.samples[now];
+    sample.delay_s = delay_of(forecast.trip);
+    for (const StopForecast& stop : forecast.stops) {
+      sample.arrivals.push_back(stop.arrival);
+      sample.observed.push_back(stop.observed);
+    }
+  }
+  for (auto trip = _trips.begin(); trip != _trips.end();) {
+    const bool over = now - trip->second.last_received > _options.patience;
+    if (over) score(trip->first, trip->second, network);
+    trip = over ? _trips.erase(trip) : std::next(trip);
+  }
+}
+
+void LiveScores::finish(const Network& network) {
+  for (const auto& [key, scored] : _trips) score(key, scored, network);
+  _trips.clear();
+}
+
+void LiveScores::score(const TripKey& key, const Scored& scored, const Network& network) {
+  const auto trip = network.schedule(key);
+  if (scored.positions.empty() || !trip) return;
+  const Truth truth = observe(network, scored.positions, _options.truth);
+  const auto seen = truth.find(key);
+  if (seen == truth.end()) return;
+  Bin bin;
+  for (std::size_t j = 1; j < seen->second.arrivals.size(); ++j) {
+    if (!seen->second.arrivals[j]) continue;
+    ++bin.arrivals;
+    score_stop(*trip, scored, j, seen->second.arrivals[j]->time, bin);
+  }
+  _all += bin;
+  if (_bins.empty() || _now - _bins.back().begin >= bin_width) {
+    _bins.emplace_back();
+    _bins.back().begin = _now;
+  }
+  _bins.back() += bin;
+  while (_now - _bins.front().begin > day) _bins.pop_front();
+}
+
+void LiveScores::score_stop(const ScheduledTrip& trip, const Scored& scored, std::size_t stop,
+                            Instant actual, Bin& bin) const {
+  const auto after = std::lower_bound(_moments.begin(), _moments.end(), actual);
+  auto moment = std::lower_bound(_moments.begin(), after, actual - horizon + Seconds(1));
+  for (; moment != after; ++moment) {
+    const auto bucket = bucket_of(actual - *moment);
+    if (!bucket) continue;
+    const Instant scheduled = trip.arrival(stop);
+    const auto entry = scored.samples.find(*moment);
+    const bool was_shown = entry != scored.samples.end() && stop < entry->second.arrivals.size();
+    const Sample* const sample = was_shown ? &entry->second : nullptr;
+    const Seconds error = actual - (sample != nullptr ? sample->arrivals[stop].time : scheduled);
+    Sums& sums = bin.sums[*bucket];
+    ++sums.n;
+    sums.absolute_s += magnitude(error);
+    sums.error_s += static_cast<double>(error.count());
+    sums.timetable_s += magnitude(actual - scheduled);
+    const auto delay_s = sample != nullptr ? sample->delay_s : std::nullopt;
+    sums.timetable_delay_s +=
+        magnitude(actual - with_delay(scheduled, trip.first_departure(), delay_s, *moment));
+    if (*bucket < eta_benchmark.size() && eta_benchmark[*bucket].early_s <= error.count() &&
+        error.count() <= eta_benchmark[*bucket].late_s) {
+      ++sums.on_time;
+    }
+    if (sample == nullptr || sample->observed[stop]) continue;
+    const BoundedTime& bounds = sample->arrivals[stop];
+    ++sums.bounded;
+    if (bounds.lower_68 <= actual && actual <= bounds.upper_68) ++sums.inside_68;
+    if (bounds.lower_90 <= actual && actual <= bounds.upper_90) ++sums.inside_90;
+  }
+}
+
+std::vector<LiveScore> LiveScores::scores() const {
+  const auto of_last = [&](Seconds span) {
+    Bin sum;
+    for (const Bin& bin : _bins) {
+      if (_now - bin.begin <= span) sum += bin;
+    }
+    return summary(sum, span);
+  };
+  return {of_last(hour), of_last(day), summary(_all, Seconds(0))};
+}
+
+LiveScore LiveScores::summary(const Bin& bin, Seconds span) {
+  LiveScore score;
+  score.span = span;
+  score.arrivals = bin.arrivals;
+  const auto ratio = [](double part, std::uint64_t whole) {
+    return whole == 0 ? 0.0 : part / static_cast<double>(whole);
+  };
+  double shares = 0.0;
+  for (std::size_t i = 0; i < bucket_count; ++i) {
+    const Sums& sums = bin.sums[i];
+    LiveScoreBucket bucket;
+    bucket.from_min = bucket_edges_min[i];
+    bucket.to_min = bucket_edges_min[i + 1];
+    bucket.n = sums.n;
+    bucket.mae_s = ratio(sums.absolute_s, sums.n);
+    bucket.bias_s = ratio(sums.error_s, sums.n);
+    bucket.coverage_68 = ratio(static_cast<double>(sums.inside_68), sums.bounded);
+    bucket.coverage_90 = ratio(static_cast<double>(sums.inside_90), sums.bounded);
+    bucket.timetable_mae_s = ratio(sums.timetable_s, sums.n);
+    bucket.timetable_delay_mae_s = ratio(sums.timetable_delay_s, sums.n);
+    score.buckets.push_back(bucket);
+    if (i < eta_benchmark.size()) shares += ratio(static_cast<double>(sums.on_time), sums.n);
+  }
+  score.eta_score = 100.0 * shares / static_cast<double>(eta_benchmark.size());
+  return score;
+}
+
+}  // namespace qiv

@@ -1,0 +1,181 @@
+#include "serve/live_city.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host/serve/line_service.h"
+#include "publish/trip_updates.h"
+
+namespace qiv {
+namespace {
+
+using testing::at;
+using testing::fix;
+using testing::key_of;
+using testing::LineService;
+using testing::run_over_line;
+
+std::string feed_of(const Snapshot& snapshot) {
+  return to_text(trip_updates(snapshot.trips, *snapshot.network, snapshot.now).message);
+}
+
+const TripForecast* find(const Snapshot& snapshot, const std::string& trip) {
+  for (const TripForecast& forecast : snapshot.trips) {
+    if (forecast.trip == key_of(trip)) return &forecast;
+  }
+  return nullptr;
+}
+
+class LiveCityTest : public ::testing::Test {
+ protected:
+  static void drive(LiveCity& city, const std::vector<VehiclePosition>& positions, Instant until) {
+    for (const VehiclePosition& position : positions) {
+      if (position.received <= until) city.take(position);
+    }
+    city.advance(until);
+    EXPECT_TRUE(city.store());
+  }
+
+  LineService line;
+};
+
+TEST_F(LiveCityTest, ShowsTripsAndVehicles) {
+  LiveCity city = line.city();
+  drive(city, run_over_line("v", "out", at("08:02:00")), at("08:03:00"));
+  const Snapshot shown = city.show(at("08:03:00"));
+  EXPECT_EQ(shown.serial, 1U);
+  ASSERT_NE(find(shown, "out"), nullptr);
+  EXPECT_EQ(find(shown, "out")->state, TripState::under_way);
+  ASSERT_EQ(shown.vehicles.size(), 1U);
+  const VehicleView& vehicle = shown.vehicles.front();
+  EXPECT_EQ(vehicle.status, VehicleStatus::under_way);
+  EXPECT_EQ(vehicle.trip, key_of("out"));
+  EXPECT_EQ(vehicle.route, RouteId("r"));
+  EXPECT_NEAR(vehicle.offset_m.value(), 500.0, 1.0);
+  EXPECT_EQ(vehicle.lateness, Seconds(120));
+  EXPECT_EQ(shown.counts.positions_taken, 3U);
+  EXPECT_EQ(shown.counts.progress_stored, 3U);
+}
+
+TEST_F(LiveCityTest, FinishedTripsAreInTheArchiveAndInTheHistories) {
+  LiveCity city = line.city();
+  drive(city, run_over_line("v", "out", at("08:00:00"), 150), at("08:20:00"));
+  EXPECT_EQ(line.archive.summary().runs, 1U);
+  EXPECT_EQ(line.archive.summary().under_way, 0U);
+  const Snapshot shown = city.show(at("08:30:00"));
+  EXPECT_EQ(shown.counts.trips_finished, 1U);
+  EXPECT_EQ(shown.counts.trips_learned, 1U);
+  ASSERT_NE(find(shown, "later"), nullptr);
+  EXPECT_EQ(find(shown, "later")->basis, ForecastBasis::history);
+  EXPECT_EQ(find(shown, "later")->stops.back().arrival.time, at("09:10:00"));
+}
+
+TEST_F(LiveCityTest, GoesOnAfterARestartAsItWouldHave) {
+  const auto first = run_over_line("v", "out", at("08:00:00"), 150);
+  auto second = run_over_line("w", "later", at("09:01:00"), 130);
+  LiveCity whole = line.city();
+  drive(whole, first, at("08:20:00"));
+  drive(whole, second, at("09:05:00"));
+  const std::string expected = feed_of(whole.show(at("09:05:00")));
+  ASSERT_THAT(expected, ::testing::HasSubstr("later"));
+
+  LiveCity restarted = line.city();
+  restarted.rebuild(at("09:05:00"));
+  EXPECT_EQ(feed_of(restarted.show(at("09:05:00"))), expected);
+  const VehiclePosition next = second[9];
+  whole.take(next);
+  restarted.take(next);
+  whole.advance(at("09:06:00"));
+  restarted.advance(at("09:06:00"));
+  EXPECT_EQ(feed_of(restarted.show(at("09:06:00"))), feed_of(whole.show(at("09:06:00"))));
+}
+
+TEST_F(LiveCityTest, ClosesWhatWasUnderWayBeforeALongStop) {
+  {
+    LiveCity city = line.city();
+    drive(city, run_over_line("v", "out", at("08:00:00")), at("08:03:00"));
+  }
+  ASSERT_EQ(line.archive.summary().under_way, 1U);
+  LiveCity city = line.city();
+  city.rebuild(at("20:00:00"));
+  EXPECT_EQ(line.archive.summary().under_way, 0U);
+  EXPECT_EQ(line.archive.summary().runs, 1U);
+}
+
+TEST_F(LiveCityTest, TripsOnTheRoadFinishOnTheTimetableThatTheyBeganOn) {
+  LiveCity city = line.city();
+  const auto positions = run_over_line("v", "out", at("08:00:00"), 150);
+  drive(city, positions, at("08:03:00"));
+  Timetable changed = testing::straight_timetable();
+  changed.stops[1].place = testing::place_at(1200.0);
+  city.use_timetable(std::make_shared<Network>(build_network(changed)), at("08:03:00"));
+  const Snapshot shown = city.show(at("08:03:00"));
+  ASSERT_NE(find(shown, "out"), nullptr);
+  EXPECT_EQ(find(shown, "out")->state, TripState::under_way);
+  EXPECT_NE(find(shown, "out")->pattern, city.network().patterns().front().ref);
+  for (const VehiclePosition& position : positions) {
+    if (position.received > at("08:03:00")) city.take(position);
+  }
+  city.advance(at("08:11:00"));
+  city.store();
+  EXPECT_EQ(line.archive.summary().runs, 1U);
+  EXPECT_EQ(line.archive.summary().under_way, 0U);
+}
+
+TEST_F(LiveCityTest, HistoriesStayForPatternsThatStay) {
+  LiveCity city = line.city();
+  drive(city, run_over_line("v", "out", at("08:00:00"), 150), at("08:20:00"));
+  city.use_timetable(std::make_shared<Network>(testing::straight_network()), at("08:21:00"));
+  const Snapshot shown = city.show(at("08:30:00"));
+  ASSERT_NE(find(shown, "later"), nullptr);
+  EXPECT_EQ(find(shown, "later")->basis, ForecastBasis::history);
+}
+
+TEST_F(LiveCityTest, AVehicleThatBeginsAnotherTripAfterTheChangeIsOnTheNewTimetable) {
+  LiveCity city = line.city();
+  drive(city, run_over_line("v", "out", at("08:00:00")), at("08:03:00"));
+  city.use_timetable(std::make_shared<Network>(testing::straight_network()), at("08:03:00"));
+  city.take(fix("v", "later", "08:40:00", 0));
+  city.advance(at("08:40:00"));
+  const Snapshot shown = city.show(at("08:40:00"));
+  EXPECT_EQ(shown.vehicles.front().trip, key_of("later"));
+  ASSERT_NE(find(shown, "later"), nullptr);
+  EXPECT_EQ(find(shown, "later")->state, TripState::waiting);
+}
+
+TEST_F(LiveCityTest, NewSettingsKeepTheVehiclesOnTheRoad) {
+  LiveCity city = line.city();
+  drive(city, run_over_line("v", "out", at("08:00:00"), 150), at("08:03:00"));
+  const std::string before = feed_of(city.show(at("08:03:00")));
+  city.use_settings(line.settings, at("08:03:00"));
+  EXPECT_EQ(feed_of(city.show(at("08:03:00"))), before);
+  LearnedSettings wide = line.settings;
+  wide.calibration = Calibration();
+  wide.turnaround = Seconds(900);
+  city.use_settings(wide, at("08:03:00"));
+  EXPECT_NE(find(city.show(at("08:03:00")), "out"), nullptr);
+}
+
+TEST_F(LiveCityTest, ShowsARecordedDayWithoutRecording) {
+  LiveCityOptions options;
+  options.records = false;
+  options.history_until = at("03:00:00");
+  LiveCity city = line.city(options);
+  drive(city, run_over_line("v", "out", at("08:00:00")), at("08:20:00"));
+  EXPECT_EQ(line.archive.summary().positions, 0U);
+  EXPECT_EQ(line.archive.summary().runs, 0U);
+  EXPECT_EQ(city.show(at("08:30:00")).counts.trips_learned, 1U);
+}
+
+TEST_F(LiveCityTest, ExplainsATripUnderWayOnly) {
+  LiveCity city = line.city();
+  drive(city, run_over_line("w", "later", at("07:00:00"), 150), at("07:20:00"));
+  drive(city, run_over_line("v", "out", at("08:00:00"), 150), at("08:03:00"));
+  ASSERT_TRUE(city.explain_trip(key_of("out")));
+  EXPECT_FALSE(city.explain_trip(key_of("later")));
+  EXPECT_NEAR(city.delay_s(key_of("out")).value(), 30.0, 8.0);
+  EXPECT_FALSE(city.delay_s(key_of("later")));
+}
+
+}  // namespace
+}  // namespace qiv
