@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/forecast_library.h"
+#include "engine/live_trip.h"
 #include "engine/trip_clock.h"
 #include "model/settings.h"
 #include "model/trip_forecast.h"
@@ -19,6 +20,7 @@ struct DisplayInput {
   TripState state = TripState::under_way;
   Instant last_seen{};  ///< until when the vehicle is known not to have reached its next place
   const Calibration& calibration;
+  const LiveTrip* trip = nullptr;  ///< the trip with its vehicle, when it is under way
 };
 
 /// Fills state and stops of `result` as of `now`. A trip under way whose next place is forecast for

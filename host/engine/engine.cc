@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "engine/display.h"
+#include "engine/display_legs.h"
 
 namespace qiv {
 
@@ -14,7 +15,7 @@ Engine::Engine(const Network& network, const LearnedSettings& settings, HistoryS
       _settings(settings),
       _history(std::move(history)),
       _options(options),
-      _library(ForecastMode::arrival) {}
+      _library(options.mode) {}
 
 Engine::~Engine() = default;
 
@@ -139,18 +140,18 @@ TripForecast Engine::display(LiveTrip& trip, Instant now) {
   if (trip.latest) {
     result.offset_m = trip.progress.back().offset_m;
     result.confidence = trip.latest->confidence;
-    fill_stops(result,
-               {trip.schedule, desk.pattern(), desk.grid(), trip.clock, *trip.latest, 0.0,
-                TripState::under_way, trip.last_seen, _settings.calibration},
-               now);
+    fill(result,
+         {trip.schedule, desk.pattern(), desk.grid(), trip.clock, *trip.latest, 0.0,
+          TripState::under_way, trip.last_seen, _settings.calibration, &trip},
+         now);
   } else if (const auto& fresh = desk.fresh(trip.choice.category)) {
     result.confidence = fresh->confidence;
     const auto departure_s = static_cast<double>(
         unix_seconds(expected_departure(trip.schedule, trip.choice.category, trip.last_seen, now)));
-    fill_stops(result,
-               {trip.schedule, desk.pattern(), desk.grid(), trip.clock, *fresh, departure_s,
-                TripState::waiting, trip.last_seen, _settings.calibration},
-               now);
+    fill(result,
+         {trip.schedule, desk.pattern(), desk.grid(), trip.clock, *fresh, departure_s,
+          TripState::waiting, trip.last_seen, _settings.calibration},
+         now);
   }
   return result;
 }
@@ -171,21 +172,31 @@ std::optional<TripForecast> Engine::display_announced(const ScheduledTrip& sched
   result.confidence = fresh->confidence;
   const auto departure_s =
       static_cast<double>(unix_seconds(expected_departure(schedule, choice.category, now, now)));
-  fill_stops(result,
-             {schedule, desk.pattern(), desk.grid(), desk.clock(*schedule.plan), *fresh,
-              departure_s, TripState::not_begun, now, _settings.calibration},
-             now);
+  const TripClock clock = desk.clock(*schedule.plan);
+  fill(result,
+       {schedule, desk.pattern(), desk.grid(), clock, *fresh, departure_s, TripState::not_begun,
+        now, _settings.calibration},
+       now);
   return result;
 }
 
+void Engine::fill(TripForecast& result, const DisplayInput& input, Instant now) const {
+  if (_options.mode == ForecastMode::arrival) {
+    fill_stops(result, input, now);
+  } else {
+    fill_legs(result, input);
+  }
+}
+
 /// The timetable's departure with the delay of earlier trips, given that the trip has not departed
-/// by `not_before`; but not before the vehicle's trip before has arrived and turned around.
+/// by `not_before`; but not before the vehicle's trip before has arrived and turned around, as far
+/// as arrivals are forecast.
 Instant Engine::expected_departure(const ScheduledTrip& schedule, Category category,
                                    Instant not_before, Instant now) {
   const Seconds waited = not_before - schedule.first_departure();
   const Seconds delay = desk_of(schedule.pattern()).expected_departure_delay(category, waited);
   const Instant departure = schedule.first_departure() + delay;
-  if (!schedule.previous) return departure;
+  if (!schedule.previous || _options.mode == ForecastMode::travel) return departure;
   const auto previous = _live.find(*schedule.previous);
   if (previous == _live.end() || !previous->second.latest) return departure;
   const TripForecast before = display(previous->second, now);

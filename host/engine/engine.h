@@ -21,6 +21,8 @@
 
 namespace qiv {
 
+struct DisplayInput;
+
 struct EngineOptions {
   /// Trips are announced so long before their scheduled departure.
   Seconds announce{3600};
@@ -28,6 +30,8 @@ struct EngineOptions {
   Seconds ghost_patience{600};
   /// What a position may be off at most before the library rejects it, beside its own error.
   double least_error_m = 50.0;
+  /// What is forecast: the arrival at every stop, or the travel time of every leg.
+  ForecastMode mode = ForecastMode::arrival;
 };
 
 /// The earlier trips of a pattern on a grid, in the order of finishing.
@@ -81,6 +85,7 @@ class Engine {
   LiveTrip* find(const VehicleId& vehicle, const TripKey& trip);
   void report(LiveTrip& trip, const Progress& progress);
   TripForecast display(LiveTrip& trip, Instant now);
+  void fill(TripForecast& result, const DisplayInput& input, Instant now) const;
   std::optional<TripForecast> display_announced(const ScheduledTrip& schedule, Instant now);
   Instant expected_departure(const ScheduledTrip& schedule, Category category, Instant not_before,
                              Instant now);

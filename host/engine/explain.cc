@@ -59,13 +59,16 @@ bool same(const LibraryForecast& a, const LibraryForecast& b) {
 std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk) {
   if (!trip.latest || trip.reports.empty()) return std::nullopt;
   const std::vector<double> bandwidth = {desk.settings().bandwidth};
-  Journey owner("KernelRegression", {}, bandwidth, "arrival", 0, "ring");
+  const bool arrivals = desk.mode() == ForecastMode::arrival;
+  const std::string mode = arrivals ? "arrival" : "travel";
+  Journey owner("KernelRegression", {}, bandwidth, mode, 0, "ring");
   BusRoute route(owner);
-  const std::vector<double>& places_m = desk.grid().places_m;
+  const std::vector<double> places_m =
+      arrivals ? desk.grid().places_m : arrival_places_m(desk.grid());
   route.read_milestones(desk.grid().milestones_m);
   route.read_bus_stops(places_m, std::vector<std::string>(places_m.size()));
   Forecast record;
-  record.initialize("arrival");
+  record.initialize(mode);
   record.initialize(route);
   WeightKeeper algorithm(&record, &route, {}, bandwidth);
 

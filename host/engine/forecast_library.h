@@ -77,6 +77,8 @@ class ForecastLibrary {
   /// Makes the vehicle leave: the next report of `key` is its first again.
   void release(const std::string& key, long long time_s);
 
+  ForecastMode mode() const { return _mode; }
+
   /// Reports and trajectories that the library rejected, by the first line of its text.
   const Rejections& rejections() const { return _rejections; }
 

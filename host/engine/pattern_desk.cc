@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "network/milestones.h"
+#include "network/shape_version.h"
 
 namespace qiv {
 namespace {
@@ -14,9 +14,7 @@ LibraryPattern describe_pattern(const JourneyPattern& pattern, const Grid& grid,
   described.ref = pattern.ref;
   described.shape_version_id = shape_version_id(pattern, grid.milestones_m);
   described.grid = grid;
-  for (std::size_t j = 0; j < pattern.stops.size(); ++j) {
-    described.stop_places_m.push_back(grid.places_m[Grid::arrival_place(j)]);
-  }
+  described.stop_places_m = arrival_places_m(grid);
   described.bandwidth = settings.bandwidth;
   return described;
 }
@@ -29,6 +27,14 @@ const List& of(const std::map<Category, List>& store, Category category) {
 }
 
 }  // namespace
+
+std::vector<double> arrival_places_m(const Grid& grid) {
+  std::vector<double> places_m;
+  for (std::size_t j = 0; Grid::arrival_place(j) < grid.places_m.size(); ++j) {
+    places_m.push_back(grid.places_m[Grid::arrival_place(j)]);
+  }
+  return places_m;
+}
 
 PatternDesk::PatternDesk(const Network& network, PatternIndex pattern,
                          const PatternSettings& settings, const Grid& grid,
@@ -113,10 +119,12 @@ void PatternDesk::add_to(Category category, const Trajectory& trajectory,
                          const std::vector<int>& times_s) {
   if (!store(category, times_s, trajectory.times_s)) return;
   _sources[category].push_back(trajectory.trip);
-  const std::optional<ScheduledTrip> trip = _network.schedule(trajectory.trip);
-  if (!trip) return;
+  const TripPlan* const trip = _network.find_trip(trajectory.trip.trip, trajectory.trip.start);
+  if (!trajectory.scheduled_departure && trip == nullptr) return;
+  const Seconds scheduled =
+      trajectory.scheduled_departure.value_or(trip == nullptr ? Seconds(0) : trip->departure());
   std::vector<Seconds>& delays = _departure_delays[category];
-  const Seconds delay = trajectory.departed - trip->first_departure();
+  const Seconds delay = trajectory.departed - _network.clock().at(trajectory.trip.day, scheduled);
   delays.insert(std::upper_bound(delays.begin(), delays.end(), delay), delay);
 }
 
@@ -130,6 +138,10 @@ bool PatternDesk::store(Category category, const std::vector<int>& times_s,
 }
 
 std::vector<Category> PatternDesk::categories_of(const Trajectory& trajectory) const {
+  if (trajectory.scheduled_departure) {
+    return categories(trajectory.trip.day, *trajectory.scheduled_departure,
+                      _settings.category_depth);
+  }
   const TripPlan* const trip = _network.find_trip(trajectory.trip.trip, trajectory.trip.start);
   if (trip == nullptr) return {0};
   return categories(trajectory.trip.day, trip->departure(), _settings.category_depth);
@@ -137,6 +149,15 @@ std::vector<Category> PatternDesk::categories_of(const Trajectory& trajectory) c
 
 std::vector<int> PatternDesk::library_times(const Trajectory& trajectory) const {
   std::vector<int> times_s = trajectory.times_s;
+  if (_settings.delay_clock && !trajectory.scheduled_s.empty()) {
+    const std::vector<int> nominal_s =
+        timetable_trajectory_s(_grid, _network.trip(_network.trips_of(_pattern).front()));
+    for (std::size_t i = 0; i < times_s.size(); ++i) {
+      times_s[i] -= trajectory.scheduled_s[i] - nominal_s[i];
+      if (i > 0) times_s[i] = std::max(times_s[i], times_s[i - 1]);
+    }
+    return times_s;
+  }
   const TripPlan* const trip = _network.find_trip(trajectory.trip.trip, trajectory.trip.start);
   if (trip != nullptr && trip->pattern == _pattern) {
     clock(*trip).subtract(_grid.milestones_m, times_s);

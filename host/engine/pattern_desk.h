@@ -23,6 +23,9 @@ struct HistoryChoice {
   unsigned trips = 0;  ///< earlier trips in the category
 };
 
+/// Where a vehicle arrives at each stop; at the first, where it departs.
+std::vector<double> arrival_places_m(const Grid& grid);
+
 /// One journey pattern at work: its grid, the earlier trips that the library was given, and the
 /// choice among their categories. Keeps a mirror of what the library holds.
 class PatternDesk {
@@ -35,6 +38,9 @@ class PatternDesk {
   const JourneyPattern& pattern() const { return _network.pattern(_pattern); }
   const Grid& grid() const { return _grid; }
   const PatternSettings& settings() const { return _settings; }
+
+  /// Whether the library gives this pattern's arrivals or its travel times.
+  ForecastMode mode() const { return _library.mode(); }
 
   /// Adds a trip that has just finished, in all of its categories.
   void add(const Trajectory& trajectory);

@@ -32,6 +32,8 @@ struct PatternSettings {
 
   /// Compare and average delays against each trip's own timetable instead of elapsed times.
   bool delay_clock = false;
+
+  friend bool operator==(const PatternSettings&, const PatternSettings&) = default;
 };
 
 /// Where a bound lies: forecast + quantile * sqrt(sd^2 + floor^2), for one state and one bucket of

@@ -54,20 +54,36 @@ struct StopForecast {
   Instant library_upper{};  ///< ... and after, as the library gave it
 };
 
-/// The forecast for all stops of one trip, as of `made`.
+/// The travel time of one leg: from the arrival at a stop (at the first stop: the departure) to the
+/// arrival at the next, the time at the stop where it begins included.
+struct LegForecast {
+  std::uint32_t from = 0;           ///< index into the timetable's stops
+  std::uint32_t to = 0;             ///< the same
+  std::uint32_t from_sequence = 0;  ///< as in the timetable
+  std::uint32_t to_sequence = 0;
+  bool observed = false;           ///< completed: `travel_time` is what was observed
+  std::optional<Seconds> elapsed;  ///< what the vehicle was seen to spend on it; the leg under way
+  Seconds travel_time{0};          ///< of the whole leg; not less than `elapsed`
+  double spread_s = 0.0;           ///< weighted standard deviation of what earlier trips did
+  Seconds library_lower{0};        ///< one weighted standard deviation less ...
+  Seconds library_upper{0};        ///< ... and more, as the library gave it
+};
+
+/// The forecast for all stops, or for all legs, of one trip, as of `made`.
 struct TripForecast {
   TripKey trip;
   VehicleId vehicle;  ///< empty when none is known
   PatternRef pattern;
   TripState state = TripState::not_begun;
   ForecastBasis basis = ForecastBasis::history;
-  Instant made{};           ///< the clock at which it was computed
-  Instant position_time{};  ///< time of the last progress behind it
-  double offset_m = 0.0;    ///< the last progress
-  int category = -1;        ///< of the history that it was made from
-  unsigned int trips = 0;   ///< number of earlier trips behind it
-  double confidence = 0.0;  ///< as the library gave it
-  std::vector<StopForecast> stops;
+  Instant made{};                   ///< the clock at which it was computed
+  Instant position_time{};          ///< time of the last progress behind it
+  double offset_m = 0.0;            ///< the last progress
+  int category = -1;                ///< of the history that it was made from
+  unsigned int trips = 0;           ///< number of earlier trips behind it
+  double confidence = 0.0;          ///< as the library gave it
+  std::vector<StopForecast> stops;  ///< when arrivals are forecast
+  std::vector<LegForecast> legs;    ///< when travel times are forecast; then there are no stops
 };
 
 }  // namespace qiv

@@ -11,7 +11,6 @@
 #include <tuple>
 #include <utility>
 
-#include "network/milestones.h"
 #include "network/path_of_stops.h"
 #include "network/pattern_ref.h"
 #include "network/rejection_reasons.h"
@@ -81,8 +80,8 @@ void Group::add_distances(const ShapeId& shape, std::span<const StopTime> stop_t
 void snap(std::vector<double>& offsets_m, double length_m) {
   double before_m = 0.0;
   for (double& offset_m : offsets_m) {
-    if (offset_m - before_m < min_milestone_gap_m) offset_m = before_m;
-    if (length_m - offset_m < min_milestone_gap_m) offset_m = length_m;
+    if (offset_m - before_m < least_gap_m) offset_m = before_m;
+    if (length_m - offset_m < least_gap_m) offset_m = length_m;
     before_m = offset_m;
   }
 }
@@ -221,7 +220,7 @@ void PatternMaker::add_pattern(const GroupKey& key, const Group& group) {
   const bool has_shape = laid.has_value();
   if (!has_shape) laid = LaidPath{path_through(places), nullptr};
   auto& [path, offsets_m] = laid->measured;
-  if (path.back().offset_m < min_milestone_gap_m) {
+  if (path.back().offset_m < least_gap_m) {
     for (const std::uint32_t trip : group.trips) {
       _rejections.add(rejected::short_path,
                       [&] { return "trip_id '" + _timetable.trips[trip].id.text() + "'"; });

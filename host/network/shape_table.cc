@@ -6,7 +6,6 @@
 #include <set>
 #include <utility>
 
-#include "network/milestones.h"
 #include "network/pattern_ref.h"
 #include "network/rejection_reasons.h"
 
@@ -71,7 +70,7 @@ ShapeTable::ShapeTable(const Timetable& timetable, Rejections& rejections) {
     places.reserve(points.size());
     for (const ShapePoint& point : points) places.push_back(point.place);
     std::vector<PathPoint> path = measure_path(places);
-    if (path.empty() || path.back().offset_m < min_milestone_gap_m) continue;
+    if (path.empty() || path.back().offset_m < least_gap_m) continue;
     const auto [entry, added] =
         _by_key.emplace(rounded(places), static_cast<std::uint32_t>(_shapes.size()));
     _entries.emplace(id, Entry{entry->second, StatedDistances(points, path)});

@@ -14,6 +14,10 @@
 
 namespace qiv {
 
+/// Stops that lie closer together than this share one offset, and so do a stop and an end of its
+/// path; a path must be at least so long.
+inline constexpr double least_gap_m = 1.0;
+
 /// Turns distances in a shape's own unit into offsets of its path.
 class StatedDistances {
  public:

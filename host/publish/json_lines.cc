@@ -43,6 +43,27 @@ Json stop_json(const PublishedTrip& trip, std::size_t i, const Network& network)
   return json;
 }
 
+Json leg_json(const PublishedTrip& trip, std::size_t i, const Network& network) {
+  const LegForecast& leg = trip.forecast.legs[i];
+  const Stop& from = network.stops()[leg.from];
+  const Stop& to = network.stops()[leg.to];
+  const Instant leaves = i == 0 ? trip.schedule.departure(0) : trip.schedule.arrival(i);
+  Json json;
+  json["from_stop_sequence"] = leg.from_sequence;
+  json["from_stop_id"] = from.id.text();
+  json["from_stop_name"] = text_or_null(from.name);
+  json["to_stop_sequence"] = leg.to_sequence;
+  json["to_stop_id"] = to.id.text();
+  json["to_stop_name"] = text_or_null(to.name);
+  json["observed"] = leg.observed;
+  json["scheduled_s"] = (trip.schedule.arrival(i + 1) - leaves).count();
+  json["travel_time_s"] = leg.travel_time.count();
+  json["elapsed_s"] = leg.elapsed ? Json(leg.elapsed->count()) : Json();
+  json["library_lower_s"] = leg.library_lower.count();
+  json["library_upper_s"] = leg.library_upper.count();
+  return json;
+}
+
 Json trip_json(const PublishedTrip& trip, const Network& network, const std::string& category) {
   const TripForecast& forecast = trip.forecast;
   const JourneyPattern& pattern = network.pattern(trip.schedule.pattern());
@@ -67,9 +88,10 @@ Json trip_json(const PublishedTrip& trip, const Network& network, const std::str
   const bool has_position = forecast.position_time > Instant();
   json["position_time"] = has_position ? Json(unix_seconds(forecast.position_time)) : Json();
   json["offset_m"] = to_decimetres(forecast.offset_m);
-  Json stops = Json::array();
-  for (std::size_t i = 0; i < trip.stops.size(); ++i) stops.push_back(stop_json(trip, i, network));
-  json["stops"] = std::move(stops);
+  const bool travel = !forecast.legs.empty();
+  Json& list = json[travel ? "legs" : "stops"] = Json::array();
+  for (std::size_t i = 0; i < forecast.legs.size(); ++i) list.push_back(leg_json(trip, i, network));
+  for (std::size_t i = 0; i < trip.stops.size(); ++i) list.push_back(stop_json(trip, i, network));
   return json;
 }
 
@@ -79,7 +101,7 @@ JsonLines json_lines(std::span<const TripForecast> forecasts, const Network& net
                      const CategoryText& category) {
   JsonLines lines;
   for (const TripForecast& forecast : forecasts) {
-    const auto trip = published_trip(forecast, network, lines.withheld);
+    const auto trip = published_trip_or_legs(forecast, network, lines.withheld);
     if (!trip) continue;
     const Json json = trip_json(*trip, network, category ? category(forecast) : std::string());
     lines.text += json.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -21,8 +21,9 @@ struct JsonLines {
 };
 
 /// One JSON object for each forecast, one a line, in the order of `forecasts`: everything that is
-/// known, for programs that want more than GTFS-realtime can say. Members, units and their meaning:
-/// docs/outputs.md. Times are the same as in `trip_updates`.
+/// known, for programs that want more than GTFS-realtime can say: the stops with their times, or
+/// the legs with their travel times. Members, units and their meaning: docs/outputs.md. Times are
+/// the same as in `trip_updates`.
 ///
 /// Text that is not UTF-8 is repaired with replacement characters. What cannot be published (see
 /// `published_trip`) is counted. `network` must be the one behind the forecasts.

@@ -10,12 +10,18 @@ namespace {
 bool stops_match(const TripForecast& forecast, const ScheduledTrip& schedule,
                  const Network& network) {
   const auto& planned = network.pattern(schedule.pattern()).stops;
-  if (forecast.stops.size() != schedule.plan->size()) return false;
-  for (std::size_t i = 0; i < planned.size(); ++i) {
-    if (forecast.stops[i].stop != planned[i].stop ||
-        forecast.stops[i].stop_sequence != schedule.plan->call(i).sequence) {
-      return false;
-    }
+  const auto is_call = [&](std::size_t i, std::uint32_t stop, std::uint32_t sequence) {
+    return stop == planned[i].stop && sequence == schedule.plan->call(i).sequence;
+  };
+  const std::vector<LegForecast>& legs = forecast.legs;
+  if (legs.empty() && forecast.stops.size() != planned.size()) return false;
+  if (!legs.empty() && legs.size() + 1 != planned.size()) return false;
+  for (std::size_t i = 0; i < forecast.stops.size(); ++i) {
+    if (!is_call(i, forecast.stops[i].stop, forecast.stops[i].stop_sequence)) return false;
+  }
+  for (std::size_t i = 0; i < legs.size(); ++i) {
+    if (!is_call(i, legs[i].from, legs[i].from_sequence)) return false;
+    if (!is_call(i + 1, legs[i].to, legs[i].to_sequence)) return false;
   }
   return true;
 }
@@ -32,7 +38,16 @@ void raise(BoundedTime& bounded, Instant earliest) {
 
 std::optional<PublishedTrip> published_trip(const TripForecast& forecast, const Network& network,
                                             Rejections& withheld) {
-  if (forecast.stops.empty()) return std::nullopt;
+  if (!forecast.legs.empty()) {
+    withheld.add(withheld::no_arrivals, [&] { return to_string(forecast.trip); });
+    return std::nullopt;
+  }
+  return published_trip_or_legs(forecast, network, withheld);
+}
+
+std::optional<PublishedTrip> published_trip_or_legs(const TripForecast& forecast,
+                                                    const Network& network, Rejections& withheld) {
+  if (forecast.stops.empty() && forecast.legs.empty()) return std::nullopt;
   const auto quote = [&] { return to_string(forecast.trip); };
   std::optional<ScheduledTrip> schedule = network.schedule(forecast.trip);
   if (!schedule) {

@@ -175,6 +175,64 @@ TEST_F(EngineTest, AnExplanationRepeatsTheForecastBitForBit) {
   EXPECT_EQ(why->trips.back().trip.day, monday - std::chrono::days(1)) << "the slow one";
 }
 
+TEST_F(EngineTest, StopsOnOneOffsetAreToldApart) {
+  Timetable timetable = testing::straight_timetable();
+  timetable.stops[2].place = timetable.stops[3].place = timetable.stops[1].place;
+  timetable.stops[4].place = timetable.stops[0].place;
+  network = build_network(timetable);
+  const JourneyPattern& pattern = network.pattern(network.schedule(key("out"))->pattern());
+  ASSERT_EQ(pattern.stops[1].offset_m, pattern.stops[3].offset_m);
+  Engine engine = make({});
+  feed(engine, {fix("v", "out", "08:00:00", 0), fix("v", "out", "08:01:00", 500)});
+  const auto shown = engine.forecast(key("out"), at("08:01:00"));
+  ASSERT_TRUE(shown);
+  EXPECT_TRUE(engine.rejections().empty());
+  EXPECT_EQ(shown->stops[1].arrival.time, at("08:02:00"));
+  EXPECT_EQ(shown->stops[2].arrival.time, at("08:04:00")) << "two minutes on one spot";
+  EXPECT_EQ(shown->stops[3].arrival.time, at("08:06:00"));
+  EXPECT_EQ(shown->stops[4].arrival.time, at("08:08:00"));
+}
+
+TEST_F(EngineTest, WhatTheLibraryRejectsIsCountedWithItsTextAndTheTripGoesOn) {
+  Engine engine = make({100, 100});
+  const auto report = [&](const char* time, double offset_m) {
+    Progress progress;
+    progress.vehicle = VehicleId("v");
+    progress.trip = key("out");
+    progress.time = progress.received = at(time);
+    progress.offset_m = offset_m;
+    engine.apply(progress);
+  };
+  engine.apply(TripAssigned{VehicleId("v"), key("out"), 0, at("08:00:00")});
+  report("08:00:00", 0);
+  report("08:01:50", 1100);
+  report("08:02:00", 200);
+  EXPECT_EQ(engine.rejections().total(), 1U);
+  EXPECT_FALSE(engine.rejections().entries().begin()->first.empty());
+  EXPECT_THAT(engine.rejections().entries().begin()->second.first,
+              ::testing::StartsWith("out@20250303 v at 200.000000 m"));
+  EXPECT_EQ(engine.forecast(key("out"), at("08:02:00"))->stops[4].arrival.time, at("08:06:40"));
+  report("08:03:30", 2000);
+  EXPECT_EQ(engine.rejections().total(), 1U);
+  EXPECT_EQ(engine.forecast(key("out"), at("08:03:30"))->stops[4].arrival.time, at("08:06:50"));
+}
+
+TEST_F(EngineTest, ATripThatHasNotBegunDepartsAfterTheTripBeforeOfItsVehicle) {
+  Timetable timetable = testing::straight_timetable();
+  timetable.trips[0].block = timetable.trips[1].block = BlockId("b");
+  network = build_network(timetable);
+  ASSERT_EQ(network.schedule(key("later"))->previous, key("out"));
+  Engine engine = make({100, 100});
+  feed(engine, {fix("v", "out", "08:00:00", 0), fix("v", "out", "08:59:00", 1000)});
+  const auto before = engine.forecast(key("out"), at("08:59:00"));
+  const auto shown = engine.forecast(key("later"), at("08:59:00"));
+  ASSERT_TRUE(before && shown);
+  EXPECT_EQ(shown->state, TripState::not_begun);
+  EXPECT_EQ(before->stops[4].arrival.time, at("09:04:00"));
+  EXPECT_EQ(shown->stops[0].arrival.time, at("09:07:00")) << "three minutes to turn around";
+  EXPECT_EQ(shown->stops[4].arrival.time, at("09:13:40"));
+}
+
 TEST_F(EngineTest, ConfigurationIsCheckedBeforeTheLibrarySeesIt) {
   settings.fallback.bandwidth = 0.0;
   Engine engine = make({100});

@@ -10,7 +10,6 @@
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 #include "host/network/timetable_on_map.h"
-#include "network/milestones.h"
 #include "network/rejection_reasons.h"
 
 namespace qiv {
@@ -121,7 +120,6 @@ TEST(Patterns, PutStopsLessThanAMetreApartOnOneOffset) {
   EXPECT_EQ(pattern.stops[0].offset_m, 0.0);
   EXPECT_EQ(pattern.stops[1].offset_m, pattern.stops[2].offset_m);
   EXPECT_EQ(pattern.stops[3].offset_m, pattern.length_m());
-  EXPECT_THAT(milestones(pattern, 1000.0), SizeIs(3));
 }
 
 TEST(Patterns, LeadThroughAStopThatIsFarFromTheShape) {

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <ostream>
 #include <set>
 #include <string>
@@ -10,7 +9,6 @@
 #include "gmock/gmock.h"
 #include "gtest/gtest.h"
 #include "network/build_network.h"
-#include "network/milestones.h"
 #include "network/rejection_reasons.h"
 
 namespace qiv {
@@ -73,8 +71,6 @@ TEST_P(RecordedNetwork, HasStopsInOrderOnTheirPaths) {
       farthest_m = std::max(farthest_m, distance_m(network.stops()[stop.stop].place, on_path));
     }
     EXPECT_LE(before_m, pattern.length_m());
-    const auto grid = milestones(pattern, 100.0);
-    EXPECT_EQ(std::adjacent_find(grid.begin(), grid.end(), std::greater_equal<>()), grid.end());
   }
   EXPECT_LE(farthest_m, GetParam().farthest_stop_m);
 }

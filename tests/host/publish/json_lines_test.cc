@@ -78,6 +78,24 @@ TEST_F(JsonLinesTest, TextThatIsNotUtf8IsRepaired) {
   EXPECT_THAT(lines().text, HasSubstr("\"caf\xef\xbf\xbd\""));
 }
 
+TEST_F(JsonLinesTest, TravelTimesAreLegsInPlaceOfStops) {
+  forecast = testing::legs_of(network, "T1", "08:10:00", 1, {310, 540, 600});
+  const std::string text = lines().text;
+  EXPECT_THAT(
+      text,
+      HasSubstr(
+          R"("offset_m":0.0,"legs":[{"from_stop_sequence":1,"from_stop_id":"TOWN",)"
+          R"("from_stop_name":"Town Hall","to_stop_sequence":2,"to_stop_id":"MARKET",)"
+          R"("to_stop_name":"Market","observed":true,"scheduled_s":300,"travel_time_s":310,)"
+          R"("elapsed_s":null,"library_lower_s":310,"library_upper_s":310},)"
+          R"({"from_stop_sequence":2,"from_stop_id":"MARKET",)"
+          R"("from_stop_name":"Market","to_stop_sequence":5,"to_stop_id":"PARK",)"
+          R"("to_stop_name":"Park \"West\"","observed":false,"scheduled_s":600,)"
+          R"("travel_time_s":540,"elapsed_s":40,"library_lower_s":525,"library_upper_s":555},)"))
+      << "scheduled from arrival to arrival";
+  EXPECT_THAT(text, ::testing::Not(HasSubstr("\"stops\"")));
+}
+
 TEST_F(JsonLinesTest, OneLineEachAndTheRestCounted) {
   TripForecast other =
       forecast_of(network, "R", "10:00:00", {}, {"10:00:00", "10:05:00", "10:15:00", "10:25:00"});

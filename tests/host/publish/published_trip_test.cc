@@ -53,6 +53,25 @@ TEST_F(PublishedTripTest, MissingAndForeignStopsAreWithheld) {
   EXPECT_EQ(withheld.count(withheld::other_stops), 3U);
 }
 
+TEST_F(PublishedTripTest, LegsMustBeThoseOfTheTripToo) {
+  const TripForecast legs = testing::legs_of(network, "T1", "08:04:00", 0, {300, 600, 600});
+  const auto trip = published_trip_or_legs(legs, network, withheld);
+  ASSERT_TRUE(trip);
+  EXPECT_TRUE(trip->stops.empty());
+  TripForecast shorter = legs;
+  shorter.legs.pop_back();
+  EXPECT_FALSE(published_trip_or_legs(shorter, network, withheld));
+  TripForecast foreign = legs;
+  foreign.legs[1].to = 0;
+  EXPECT_FALSE(published_trip_or_legs(foreign, network, withheld));
+  TripForecast renumbered = legs;
+  renumbered.legs[1].from_sequence = 3;
+  EXPECT_FALSE(published_trip_or_legs(renumbered, network, withheld));
+  EXPECT_EQ(withheld.count(withheld::other_stops), 3U);
+  EXPECT_FALSE(published_trip(legs, network, withheld)) << "an output of arrivals";
+  EXPECT_EQ(withheld.count(withheld::no_arrivals), 1U);
+}
+
 TEST_F(PublishedTripTest, NothingForecastIsNoFault) {
   forecast.stops.clear();
   EXPECT_FALSE(published_trip(forecast, network, withheld));

@@ -89,4 +89,26 @@ TripForecast forecast_of(const Network& network, const std::string& trip, const 
   return result;
 }
 
+TripForecast legs_of(const Network& network, const std::string& trip, const std::string& made,
+                     std::size_t observed, const std::vector<long>& travel_s) {
+  TripForecast result = forecast_of(network, trip, made, {}, std::vector<std::string>(4, made));
+  const std::vector<StopForecast> stops = std::move(result.stops);
+  result.stops.clear();
+  for (std::size_t j = 0; j < travel_s.size(); ++j) {
+    LegForecast leg;
+    leg.from = stops[j].stop;
+    leg.to = stops[j + 1].stop;
+    leg.from_sequence = stops[j].stop_sequence;
+    leg.to_sequence = stops[j + 1].stop_sequence;
+    leg.observed = j < observed;
+    if (j == observed) leg.elapsed = Seconds(40);
+    leg.travel_time = Seconds(travel_s[j]);
+    const Seconds half(leg.observed ? 0 : 15);
+    leg.library_lower = leg.travel_time - half;
+    leg.library_upper = leg.travel_time + half;
+    result.legs.push_back(leg);
+  }
+  return result;
+}
+
 }  // namespace qiv::testing

@@ -35,6 +35,13 @@ class TripUpdatesTest : public ::testing::Test {
       forecast_of(network, "T1", "08:10:00", {"08:02:00", "08:07:00"}, {"08:17:00", "08:27:00"});
 };
 
+TEST_F(TripUpdatesTest, TravelTimesAreCountedAndLeftOut) {
+  forecast = testing::legs_of(network, "T1", "08:10:00", 1, {310, 540, 600});
+  const TripUpdateFeed made = feed(at("08:10:00"));
+  EXPECT_EQ(made.message.entity_size(), 0);
+  EXPECT_EQ(made.withheld.count(withheld::no_arrivals), 1U);
+}
+
 TEST_F(TripUpdatesTest, TextOfAWholeMessage) {
   EXPECT_EQ(to_text(feed(at("08:10:00")).message), R"(header {
   gtfs_realtime_version: "2.0"

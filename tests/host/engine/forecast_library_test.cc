@@ -1,0 +1,146 @@
+#include "engine/forecast_library.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+#include "RQLogger.h"
+
+namespace qiv {
+namespace {
+
+using ::testing::HasSubstr;
+
+class ForecastLibraryTest : public ::testing::Test {
+ protected:
+  ForecastLibraryTest() {
+    RQLogger::SetLanguage("en");
+    RQLogger::SetSink([](const RQLogger::Record&) {});
+    pattern.ref = PatternRef("R/0/a-c");
+    pattern.shape_version_id = 7;
+    pattern.grid.places_m = {0, 100, 102, 200};
+    pattern.grid.milestones_m = {0, 100, 102, 200};
+    pattern.stop_places_m = {0, 100, 200};
+  }
+  ~ForecastLibraryTest() override { RQLogger::SetSink(nullptr); }
+
+  /// What `open` says of the pattern as it is.
+  std::string refusal(ForecastMode mode = ForecastMode::arrival) const {
+    ForecastLibrary library(mode);
+    try {
+      library.open(pattern);
+    } catch (const std::invalid_argument& error) {
+      return error.what();
+    }
+    return "";
+  }
+
+  LibraryPattern pattern;
+};
+
+TEST_F(ForecastLibraryTest, ChecksTheBandwidthBeforeTheLibrarySeesIt) {
+  for (const double bandwidth :
+       {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
+    pattern.bandwidth = bandwidth;
+    EXPECT_THAT(refusal(), HasSubstr("pattern R/0/a-c: the bandwidth must be greater than 0"));
+  }
+}
+
+TEST_F(ForecastLibraryTest, ChecksTheGridBeforeTheLibrarySeesIt) {
+  EXPECT_EQ(refusal(), "");
+  pattern.grid.milestones_m = {0, 100, 100, 200};
+  EXPECT_THAT(refusal(), HasSubstr("milestones must be finite and increase from 0, but number 2"));
+  pattern.grid.milestones_m = {-1, 100, 200};
+  EXPECT_THAT(refusal(), HasSubstr("but number 0 is -1"));
+  pattern.grid.milestones_m = {0, std::nan(""), 200};
+  EXPECT_THAT(refusal(), HasSubstr("but number 1 is nan"));
+  pattern.grid.milestones_m = {0};
+  EXPECT_THAT(refusal(), HasSubstr("fewer than two milestones"));
+}
+
+TEST_F(ForecastLibraryTest, ChecksTheStopsOfItsMode) {
+  pattern.grid.places_m = {0, 100, 100, 200};
+  EXPECT_THAT(refusal(), HasSubstr("stops must be finite and increase from 0, but number 2"));
+  EXPECT_EQ(refusal(ForecastMode::travel), "");
+  pattern.stop_places_m = {0, 100, 201};
+  EXPECT_THAT(refusal(ForecastMode::travel), HasSubstr("the last stop lies beyond"));
+}
+
+TEST_F(ForecastLibraryTest, ATrajectoryThatIsRejectedIsCountedWithItsText) {
+  ForecastLibrary library(ForecastMode::arrival);
+  library.open(pattern);
+  EXPECT_TRUE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 12, 20}));
+  EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 9, 20}));
+  EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 8, 20}));
+  EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10}));
+  EXPECT_EQ(library.rejections().total(), 3U);
+  for (const auto& [text, entry] : library.rejections().entries()) {
+    EXPECT_FALSE(text.empty());
+    EXPECT_EQ(text.find('\n'), std::string::npos);
+    EXPECT_EQ(entry.first, "R/0/a-c");
+  }
+}
+
+TEST_F(ForecastLibraryTest, AReportThatIsRejectedIsCountedWithItsTextAndTheNextIsForecast) {
+  ForecastLibrary library(ForecastMode::arrival);
+  library.open(pattern);
+  library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 12, 20});
+  EXPECT_TRUE(library.report(pattern.ref, "v", 0, 150, 1015, 5));
+  EXPECT_FALSE(library.report(pattern.ref, "v", 0, 50, 1020, 5)) << "goes back";
+  EXPECT_FALSE(library.report(pattern.ref, "v", 0, 60, 1021, 5)) << "goes back";
+  EXPECT_FALSE(library.report(pattern.ref, "w", 0, 500, 1020, 5)) << "beyond the end";
+  EXPECT_EQ(library.rejections().total(), 3U);
+  EXPECT_EQ(library.rejections().count("report not used by the library"), 1U);
+  ASSERT_EQ(library.rejections().entries().size(), 2U);
+  for (const auto& [text, entry] : library.rejections().entries()) {
+    EXPECT_EQ(entry.first,
+              entry.count == 2 ? "v at 50.000000 m, 1020 s" : "w at 500.000000 m, 1020 s");
+  }
+  const auto next = library.report(pattern.ref, "v", 0, 180, 1019, 5);
+  ASSERT_TRUE(next);
+  EXPECT_EQ(next->rows.back().time_s, 1021);
+}
+
+TEST_F(ForecastLibraryTest, ACategoryWithoutTripsGivesNoForecast) {
+  ForecastLibrary library(ForecastMode::arrival);
+  library.open(pattern);
+  EXPECT_FALSE(library.report(pattern.ref, "v", 3, 0, 1000, 5));
+  EXPECT_TRUE(library.rejections().empty());
+}
+
+TEST_F(ForecastLibraryTest, GivesPlacesInArrivalModeAndLegsInTravelMode) {
+  for (const ForecastMode mode : {ForecastMode::arrival, ForecastMode::travel}) {
+    ForecastLibrary library(mode);
+    EXPECT_EQ(library.mode(), mode);
+    library.open(pattern);
+    library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 15, 30});
+    const auto forecast = library.report(pattern.ref, "v", 0, 101, 1000, 5);
+    ASSERT_TRUE(forecast);
+    if (mode == ForecastMode::arrival) {
+      ASSERT_EQ(forecast->rows.size(), 4U);
+      EXPECT_EQ(forecast->first, 2U);
+      EXPECT_EQ(forecast->rows.back().time_s, 1018);
+    } else {
+      ASSERT_EQ(forecast->rows.size(), 2U);
+      EXPECT_EQ(forecast->first, 1U);
+      EXPECT_EQ(forecast->rows.back().time_s, 20) << "the whole leg, from arrival to arrival";
+    }
+  }
+}
+
+TEST_F(ForecastLibraryTest, AReleasedVehicleStartsAnew) {
+  ForecastLibrary library(ForecastMode::arrival);
+  library.open(pattern);
+  library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 12, 20});
+  ASSERT_TRUE(library.report(pattern.ref, "v", 0, 150, 1000, 5));
+  library.release("v", 1000);
+  const auto anew = library.report(pattern.ref, "v", 0, 0, 2000, 5);
+  ASSERT_TRUE(anew);
+  EXPECT_EQ(anew->rows.back().time_s, 2020);
+}
+
+}  // namespace
+}  // namespace qiv
