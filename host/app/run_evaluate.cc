@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <fstream>
 #include <iostream>
+#include <utility>
 
+#include "app/against.h"
 #include "app/city.h"
 #include "app/commands.h"
 #include "app/exit_code.h"
@@ -52,6 +54,7 @@ void run_evaluate(const EvaluateArguments& arguments) {
     throw CommandError(ExitCode::no_data, "no positions recorded from " + from.to_iso_string() +
                                               " to " + to.to_iso_string());
   }
+  std::vector<OtherProducer> others = open_recordings(arguments.against);
   ProgressBar bar("evaluating");
   const RecordedRuns runs = city.follow(to, [&](double share, ServiceDate day) {
     bar.show(0.2 * share, "following " + day.to_iso_string());
@@ -61,6 +64,7 @@ void run_evaluate(const EvaluateArguments& arguments) {
   options.replay.track = city.config().track;
   options.replay.engine = city.config().engine;
   Evaluation evaluation(city.network(), settings, options);
+  for (OtherProducer& other : others) evaluation.add_producer(std::move(other));
   for (std::size_t i = 0; i < days.size(); ++i) {
     bar.show(0.2 + 0.8 * static_cast<double>(i) / static_cast<double>(days.size()),
              days[i].to_iso_string());
@@ -76,14 +80,20 @@ void run_evaluate(const EvaluateArguments& arguments) {
   card.days = days;
   card.command_line = "qiv evaluate " + arguments.city + " --from " + from.to_iso_string() +
                       " --to " + to.to_iso_string();
+  for (const std::string& other : arguments.against) card.command_line += " --against " + other;
   card.settings["display interval"] =
       std::to_string(options.replay.display_interval.count()) + " s";
   card.settings["longest known gap around an arrival"] =
       std::to_string(options.truth.longest_gap.count()) + " s";
+  if (!arguments.against.empty()) {
+    card.settings["longest age of another producer's snapshot"] =
+        std::to_string(longest_snapshot_age.count()) + " s";
+  }
   card.settings["patterns with settings of their own"] = std::to_string(settings.patterns.size());
   bar.show(1.0);
   ReportDetails details;
   for (const Stop& stop : city.network().stops()) details.stop_names.push_back(stop.name);
+  details.worst_trips = evaluation.worst_trips();
   write(arguments.json, report_json(card));
   write(arguments.csv, report_csv(card));
   write(arguments.html, report_html(card, details));

@@ -5,9 +5,8 @@
 namespace qiv {
 namespace {
 
-std::vector<double>& of(std::array<std::vector<double>, contender_count>& arrivals_s,
-                        Contender contender) {
-  return arrivals_s[static_cast<std::size_t>(contender)];
+std::vector<double>& of(ContenderPredictions& predictions, Contender contender) {
+  return predictions.arrivals_s[static_cast<std::size_t>(contender)];
 }
 
 struct Spot {
@@ -46,23 +45,26 @@ std::vector<double> mean_increments_s(const Grid& grid, std::size_t stops, doubl
   return sums_s;
 }
 
-void fill(std::vector<double>& arrivals_s, double origin_s, const std::vector<double>& increments_s,
-          const std::vector<double>& otherwise_s) {
-  arrivals_s = otherwise_s;
+/// From `origin_s` on by the increments; without any, like the timetable plus delay.
+void fill(ContenderPredictions& predictions, Contender contender, double origin_s,
+          const std::vector<double>& increments_s) {
+  std::vector<double>& arrivals_s = of(predictions, contender);
+  arrivals_s = of(predictions, Contender::timetable_delay);
   for (std::size_t j = 0; j < increments_s.size(); ++j) arrivals_s[j] = origin_s + increments_s[j];
+  predictions.is_own[static_cast<std::size_t>(contender)] = !increments_s.empty();
 }
 
 /// All contenders, from a place at a time.
 void predict_from(const ScheduledTrip& trip, const PatternDesk& desk, Category category,
-                  double offset_m, double time_s,
-                  std::array<std::vector<double>, contender_count>& arrivals_s) {
+                  double offset_m, double time_s, ContenderPredictions& predictions) {
   const std::size_t stops = trip.plan->size();
   const Grid& grid = desk.grid();
   const std::vector<double> scheduled_s = scheduled_times_s(*trip.plan);
   const auto departure_s = static_cast<double>(unix_seconds(trip.first_departure()));
   const double delay_s = time_s - departure_s - read(scheduled_s, locate(grid.places_m, offset_m));
-  std::vector<double>& timetable_s = of(arrivals_s, Contender::timetable);
-  std::vector<double>& delayed_s = of(arrivals_s, Contender::timetable_delay);
+  std::vector<double>& timetable_s = of(predictions, Contender::timetable);
+  std::vector<double>& delayed_s = of(predictions, Contender::timetable_delay);
+  predictions.is_own.fill(true);
   timetable_s.clear();
   delayed_s.clear();
   for (std::size_t j = 0; j < stops; ++j) {
@@ -74,9 +76,12 @@ void predict_from(const ScheduledTrip& trip, const PatternDesk& desk, Category c
   const auto mean = [&](const std::vector<std::vector<int>>& trips) {
     return mean_increments_s(grid, stops, offset_m, trips);
   };
-  fill(of(arrivals_s, Contender::historical_mean), time_s, mean(all), delayed_s);
-  fill(of(arrivals_s, Contender::category_mean), time_s, mean(desk.elapsed(category)), delayed_s);
-  fill(of(arrivals_s, Contender::last_vehicle), time_s, mean(last), delayed_s);
+  fill(predictions, Contender::historical_mean, time_s, mean(all));
+  fill(predictions, Contender::category_mean, time_s, mean(desk.elapsed(category)));
+  fill(predictions, Contender::last_vehicle, time_s, mean(last));
+  if (desk.sources(category).empty()) {
+    predictions.is_own[static_cast<std::size_t>(Contender::category_mean)] = false;
+  }
 }
 
 }  // namespace
@@ -97,8 +102,7 @@ const char* to_string(Contender contender) {
   return "unknown";
 }
 
-const std::array<std::vector<double>, contender_count>& Contenders::predict(
-    const ScheduledTrip& trip, Instant now) {
+const ContenderPredictions& Contenders::predict(const ScheduledTrip& trip, Instant now) {
   const LiveTrip* const live = _engine.live(trip.key);
   const bool begun = live != nullptr && !live->progress.empty();
   const auto now_s = static_cast<double>(unix_seconds(now));
@@ -106,13 +110,14 @@ const std::array<std::vector<double>, contender_count>& Contenders::predict(
   if (begun) {
     Standing& standing = _standing[trip.key];
     if (standing.reports != live->progress.size()) standing = compute(trip, *live);
-    _predicted = standing.arrivals_s;
+    _predicted = standing.predictions;
   } else {
-    _predicted = fresh(trip).arrivals_s;
+    _predicted = fresh(trip).predictions;
     late_s = std::max(0.0, now_s - static_cast<double>(unix_seconds(trip.first_departure())));
   }
   for (std::size_t c = 1; c < contender_count; ++c) {
-    for (double& arrival_s : _predicted[c]) arrival_s = std::max(arrival_s + late_s, now_s);
+    for (double& arrival_s : _predicted.arrivals_s[c])
+      arrival_s = std::max(arrival_s + late_s, now_s);
   }
   return _predicted;
 }
@@ -123,7 +128,7 @@ Contenders::Standing Contenders::compute(const ScheduledTrip& trip, const LiveTr
   const PatternDesk& desk = _engine.desk_of(trip.pattern());
   const Progress& last = live.progress.back();
   predict_from(trip, desk, live.choice.category, grid_offset_m(desk.grid(), desk.pattern(), last),
-               static_cast<double>(unix_seconds(last.time)), standing.arrivals_s);
+               static_cast<double>(unix_seconds(last.time)), standing.predictions);
   return standing;
 }
 
@@ -136,7 +141,7 @@ const Contenders::Standing& Contenders::fresh(const ScheduledTrip& trip) {
     const HistoryChoice choice = desk.choose(*trip.plan, trip.key.day);
     predict_from(trip, desk, choice.category, desk.grid().places_m.front(),
                  static_cast<double>(unix_seconds(trip.first_departure())),
-                 entry->second.arrivals_s);
+                 entry->second.predictions);
   }
   return entry->second;
 }

@@ -22,22 +22,27 @@ enum class Contender : std::uint8_t {
 inline constexpr std::size_t contender_count = 5;
 const char* to_string(Contender contender);
 
-/// Arrival at each stop of a trip as each contender predicts it, Unix seconds. A prediction is
-/// never before the moment that it is made for, except the timetable's, which stands as it is
-/// printed.
+/// What the contenders predict for a trip.
+struct ContenderPredictions {
+  std::array<std::vector<double>, contender_count> arrivals_s;  ///< at each stop, Unix seconds
+  /// False where there are no earlier trips, so that the timetable's times stand in.
+  std::array<bool, contender_count> is_own{};
+};
+
+/// Arrival at each stop of a trip as each contender predicts it. A prediction is never before the
+/// moment that it is made for, except the timetable's, which stands as it is printed.
 class Contenders {
  public:
   Contenders(const Network& network, Engine& engine) : _network(network), _engine(engine) {}
 
-  /// Predictions for `trip` at `now`, by contender and stop. Valid until the next call.
-  const std::array<std::vector<double>, contender_count>& predict(const ScheduledTrip& trip,
-                                                                  Instant now);
+  /// Predictions for `trip` at `now`. Valid until the next call.
+  const ContenderPredictions& predict(const ScheduledTrip& trip, Instant now);
 
  private:
   /// Predictions that stand until the trip's next report.
   struct Standing {
     std::size_t reports = 0;
-    std::array<std::vector<double>, contender_count> arrivals_s;
+    ContenderPredictions predictions;
   };
 
   Standing compute(const ScheduledTrip& trip, const LiveTrip& live);
@@ -47,7 +52,7 @@ class Contenders {
   Engine& _engine;
   std::map<TripKey, Standing> _standing;
   std::map<TripKey, Standing> _fresh;
-  std::array<std::vector<double>, contender_count> _predicted;
+  ContenderPredictions _predicted;
 };
 
 }  // namespace qiv

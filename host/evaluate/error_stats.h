@@ -1,11 +1,21 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "evaluate/scorecard.h"
 
 namespace qiv {
+
+/// The ETA accuracy benchmark: errors, actual minus predicted, that count as right in the first
+/// four buckets.
+struct ErrorWindow {
+  long long early_s;
+  long long late_s;
+};
+inline constexpr std::array<ErrorWindow, 4> eta_benchmark = {
+    {{-30, 90}, {-60, 150}, {-60, 210}, {-90, 270}}};
 
 /// Errors in whole seconds, kept as a histogram: quantiles are exact within two hours, what is
 /// beyond counts as two hours there, and as it is in the means.
@@ -14,6 +24,7 @@ class ErrorStats {
   void add(long long error_s);
 
   std::uint64_t n() const { return _n; }
+  double absolute_sum_s() const { return _absolute_sum; }
   double mae_s() const { return _n == 0 ? 0.0 : _absolute_sum / static_cast<double>(_n); }
   double bias_s() const { return _n == 0 ? 0.0 : _sum / static_cast<double>(_n); }
 
@@ -29,7 +40,11 @@ class ErrorStats {
  private:
   static constexpr long long limit_s = 7200;
 
-  std::vector<std::uint32_t> _histogram;
+  std::uint32_t& counter(long long error_s);
+  std::uint32_t count(long long error_s) const;
+
+  std::vector<std::uint32_t> _histogram;  ///< one counter a second, as far as errors reach
+  long long _first_s = 0;                 ///< error of the first counter
   std::uint64_t _n = 0;
   double _sum = 0.0;
   double _absolute_sum = 0.0;
@@ -45,12 +60,27 @@ class ProducerStats {
   void score(ContenderScore& score) const;
 
   const ErrorStats& bucket(std::size_t i) const { return _by_ahead[i]; }
+  const ErrorStats& lead_bucket(std::size_t i) const { return _by_lead[i]; }
 
  private:
   std::array<ErrorStats, bucket_count> _by_ahead;
   std::array<ErrorStats, bucket_count> _by_lead;
   std::uint64_t _reliable = 0;
   std::uint64_t _reliable_of = 0;
+};
+
+/// A contender's errors on the events that all are scored on, and on those among them for which it
+/// had a prediction of its own.
+class ContenderStats {
+ public:
+  /// `is_own` is false where another's prediction stands in.
+  void add(Seconds ahead, Seconds lead, long long error_s, bool is_own);
+
+  ContenderScore score(const std::string& name) const;
+
+ private:
+  ProducerStats _common;
+  ProducerStats _own;
 };
 
 }  // namespace qiv

@@ -1,15 +1,12 @@
 #pragma once
 
-#include <array>
 #include <functional>
-#include <map>
 #include <memory>
 #include <span>
-#include <utility>
 #include <vector>
 
-#include "evaluate/contenders.h"
-#include "evaluate/error_stats.h"
+#include "evaluate/other_producer.h"
+#include "evaluate/plot_trip.h"
 #include "evaluate/replay.h"
 #include "evaluate/scorecard.h"
 #include "evaluate/truth.h"
@@ -41,20 +38,26 @@ class Evaluation {
   /// Called for every event on display, when set: what calibration learns from.
   std::function<void(const DisplayedError&)> on_displayed_error;
 
+  /// Scores another producer on the same events on display. Call before the first day.
+  void add_producer(OtherProducer producer);
+
   /// Replays and scores one day: its positions in order of receipt.
   void add_day(ServiceDate day, std::span<const VehiclePosition> positions, HistorySource history);
 
   /// The result so far. Names of city, versions and learning are the caller's to fill in.
   Scorecard scorecard() const;
 
+  /// The worst trips so far, the worst first, to be drawn.
+  std::vector<TripPlot> worst_trips() const;
+
  private:
-  struct Day;
-  struct Totals;
+  class Day;
 
   const Network& _network;
   const LearnedSettings& _settings;
   EvaluationOptions _options;
-  std::unique_ptr<Totals> _totals;
+  std::vector<OtherProducer> _others;
+  std::unique_ptr<struct Tally> _tally;
 };
 
 }  // namespace qiv

@@ -17,6 +17,9 @@ constexpr double bottom = height - 48.0;
 constexpr double left = 48.0;
 constexpr double label_gap = 16.0;
 
+/// With more columns than these, every other one has a label.
+constexpr std::size_t most_labels = 14;
+
 bool is_drawn(const std::optional<double>& value) {
   return value && std::isfinite(*value);
 }
@@ -110,7 +113,8 @@ std::string line_chart(const LineChart& chart) {
                                  chart.x_title, chart.y_title);
   const double last = std::max<double>(1.0, static_cast<double>(chart.columns.size()) - 1.0);
   const PlotScale x{0.0, last, left + 24.0, right - 14.0};
-  for (std::size_t i = 0; i < chart.columns.size(); ++i) {
+  const std::size_t labelled = chart.columns.size() > most_labels ? 2 : 1;
+  for (std::size_t i = 0; i < chart.columns.size(); i += labelled) {
     svg.text({x(static_cast<double>(i)), bottom + 18.0}, "tick middle", chart.columns[i]);
   }
   for (const ChartLevel& level : chart.levels) {

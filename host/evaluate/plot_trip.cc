@@ -107,7 +107,7 @@ class TripPicture {
   }
 
   static std::string shortened(const std::string& name) {
-    constexpr std::size_t most = 20;
+    constexpr std::size_t most = 16;
     std::size_t at = 0;
     for (std::size_t count = 0; at < name.size(); ++at) {
       const bool starts_character = (static_cast<unsigned char>(name[at]) & 0xC0U) != 0x80U;

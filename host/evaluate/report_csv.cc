@@ -33,6 +33,11 @@ std::string bound_fields(const BoundScore* bound) {
          fixed(bound->fixed_half_width_s, 3) + ',' + fixed(bound->pinball_s, 3);
 }
 
+std::string own_fields(const std::vector<OwnScore>& own, std::size_t bucket) {
+  if (bucket >= own.size()) return ",";
+  return std::to_string(own[bucket].n) + ',' + fixed(own[bucket].mae_s, 3);
+}
+
 const BoundScore* find_bounds(const std::vector<BoundScore>& bounds, const BucketScore& bucket) {
   const auto found = std::find_if(bounds.begin(), bounds.end(), [&](const BoundScore& bound) {
     return bound.from_min == bucket.from_min && bound.to_min == bucket.to_min;
@@ -48,13 +53,15 @@ class CsvWriter {
     const bool on_display = scored == "on_display";
     for (const ContenderScore& contender : contenders) {
       const std::string start = csv_field(contender.name) + ',' + std::string(scored) + ',';
-      for (const BucketScore& bucket : contender.buckets) {
-        add(start + "time_to_arrival", bucket, nullptr);
+      for (std::size_t i = 0; i < contender.buckets.size(); ++i) {
+        add(start + "time_to_arrival", contender.buckets[i], nullptr,
+            own_fields(contender.own_by_ahead, i));
       }
-      for (const BucketScore& bucket : contender.buckets_by_lead) {
-        const bool bounded = on_display && contender.name == "forecast";
-        add(start + "predicted_lead", bucket,
-            bounded ? find_bounds(_card.bounds, bucket) : nullptr);
+      const bool bounded = on_display && contender.name == "forecast";
+      for (std::size_t i = 0; i < contender.buckets_by_lead.size(); ++i) {
+        const BucketScore& bucket = contender.buckets_by_lead[i];
+        add(start + "predicted_lead", bucket, bounded ? find_bounds(_card.bounds, bucket) : nullptr,
+            own_fields(contender.own_by_lead, i));
       }
     }
   }
@@ -62,14 +69,15 @@ class CsvWriter {
   std::string take() { return std::move(_text); }
 
  private:
-  void add(const std::string& start, const BucketScore& bucket, const BoundScore* bound) {
-    _text += start + ',' + bucket_fields(bucket) + ',' + bound_fields(bound) + '\n';
+  void add(const std::string& start, const BucketScore& bucket, const BoundScore* bound,
+           const std::string& own) {
+    _text += start + ',' + bucket_fields(bucket) + ',' + bound_fields(bound) + ',' + own + '\n';
   }
 
   const Scorecard& _card;
   std::string _text =
       "contender,scored,by,from_min,to_min,n,mae_s,bias_s,median_s,p90_s,coverage,coverage_90,"
-      "mean_half_width_s,mean_half_width_90_s,fixed_half_width_s,pinball_s\n";
+      "mean_half_width_s,mean_half_width_90_s,fixed_half_width_s,pinball_s,own_n,own_mae_s\n";
 };
 
 }  // namespace

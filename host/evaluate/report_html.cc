@@ -179,6 +179,55 @@ std::string width_chart(const std::vector<BoundScore>& bounds) {
   return line_chart(chart);
 }
 
+/// Promised and actual share of arrivals before each of the four bounds.
+std::string quantile_figure(const std::vector<QuantileScore>& quantiles) {
+  if (quantiles.empty()) return "";
+  LineChart chart;
+  chart.width = half_width;
+  chart.description =
+      "Calibration curve: the share of arrivals before each of the four bounds, beside the share "
+      "that was promised.";
+  chart.x_title = "promised to come before the bound";
+  chart.y_title = "came before it, %";
+  chart.unit = " %";
+  chart.y_to = 100.0;
+  ChartLine promised{"promised", "c1", false, {}};
+  ChartLine actual{"came", "c0", true, {}};
+  for (const QuantileScore& quantile : quantiles) {
+    chart.columns.push_back(percent(quantile.promised, 0) + " %");
+    promised.values.emplace_back(100.0 * quantile.promised);
+    actual.values.emplace_back(100.0 * quantile.actual);
+  }
+  chart.lines = {actual, promised};
+  return figure("Calibration curve", "Share of arrivals before each bound, each side on its own",
+                line_chart(chart));
+}
+
+/// Coverage by local hour.
+std::string hourly_figure(const std::vector<BoundScore>& by_hour) {
+  LineChart chart;
+  chart.width = half_width;
+  chart.description = "Share of arrivals inside the bounds by local hour of the display.";
+  chart.x_title = "local hour of the display";
+  chart.y_title = "arrivals inside, %";
+  chart.unit = " %";
+  chart.y_from = 50.0;
+  chart.y_to = 100.0;
+  chart.levels = {{"", 90.0}, {"", 68.0}};
+  std::vector<BoundScore> hours;
+  for (const BoundScore& hour : by_hour) {
+    if (hour.n == 0) continue;
+    hours.push_back(hour);
+    chart.columns.push_back(std::to_string(hour.from_min));
+    const double lower = 10.0 * std::floor(10.0 * std::min(hour.coverage, hour.coverage_90));
+    chart.y_from = std::min(chart.y_from, lower);
+  }
+  if (hours.empty()) return "";
+  chart.lines = {bounds_line(hours, "68 % bounds", "c0", &BoundScore::coverage, 100.0),
+                 bounds_line(hours, "90 % bounds", "c4", &BoundScore::coverage_90, 100.0)};
+  return figure("Over the day", "Share of arrivals inside, by hour", line_chart(chart));
+}
+
 std::string bounds_section(const Scorecard& card) {
   if (card.bounds.empty()) return "";
   std::string states;
@@ -202,7 +251,7 @@ std::string bounds_section(const Scorecard& card) {
                  calibration_chart(card.bounds)) +
           figure("Width", "Half the width of the 68 % bounds, by predicted lead",
                  width_chart(card.bounds)) +
-          "</div>\n" +
+          quantile_figure(card.quantiles) + hourly_figure(card.bounds_by_hour) + "</div>\n" +
           bounds_table("Published bounds by predicted lead", "predicted minutes", card.bounds) +
           folded("By what the vehicle was doing, and by hour", states + by_hour));
 }
@@ -299,6 +348,10 @@ std::string trip_section(const Scorecard& card, const ReportDetails& details) {
 
 std::string figures_section(const Scorecard& card, const ContenderScore& forecast) {
   std::string tables =
+      own_table(
+          "Each on the events for which it had a prediction of its own: mean absolute "
+          "error on display, seconds",
+          card.on_display) +
       contender_table("Right after each report of trips under way: mean absolute error, seconds",
                       card.at_reports) +
       bucket_table("The forecast by time to the actual arrival", "minutes", forecast.buckets) +
@@ -313,8 +366,7 @@ std::string figures_section(const Scorecard& card, const ContenderScore& forecas
                            "later than predicted. The ETA score is the mean share of errors "
                            "inside four tolerances up to 15 minutes ahead; reliable is the share "
                            "inside a tolerance that grows with the logarithm of the minutes "
-                           "ahead. Alone is the mean absolute error over the events for which "
-                           "the contender had a prediction of its own.") +
+                           "ahead.") +
                      tables + folded("Every other contender in full", others));
 }
 
@@ -330,6 +382,21 @@ class Facts {
   std::string _markup = "<dl class=\"facts\">\n";
 };
 
+std::string rejections_table(const Rejections& rejections) {
+  HtmlTable table("Not used", {"reason", "count", "first"});
+  for (const auto& [reason, entry] : rejections.entries()) {
+    table.add(reason, {grouped(entry.count), entry.first});
+  }
+  return std::move(table).finish();
+}
+
+void add_source(const RecordedSource& source, const std::string& name, Facts& facts) {
+  facts.add("Recording of " + name, source.recording + ": " + grouped(source.snapshots) +
+                                        " snapshots, " + grouped(source.snapshots_shown) +
+                                        " of them on display, with " + grouped(source.updates) +
+                                        " trip updates that were used");
+}
+
 std::string origin_section(const Scorecard& card) {
   Facts facts;
   facts.add("Days scored", days_label(card));
@@ -342,6 +409,9 @@ std::string origin_section(const Scorecard& card) {
             percent(card.availability_scheduled) +
                 " % of every trip, stop and minute of the hour "
                 "before the arrival");
+  for (const ContenderScore& contender : card.on_display) {
+    if (contender.source) add_source(*contender.source, contender.name, facts);
+  }
   facts.add("Timetable", card.timetable_version);
   facts.add("Program", card.program_version);
   for (const auto& [name, value] : card.settings) facts.add(name, value);
@@ -350,11 +420,12 @@ std::string origin_section(const Scorecard& card) {
     content += "<p class=\"command\"><code>" + escape_markup(card.command_line) + "</code></p>\n";
   }
   if (!card.rejections.empty()) {
-    HtmlTable table("Not used", {"reason", "count", "first"});
-    for (const auto& [reason, entry] : card.rejections.entries()) {
-      table.add(reason, {grouped(entry.count), entry.first});
-    }
-    content += folded("What was not used, and why", std::move(table).finish());
+    content += folded("What was not used, and why", rejections_table(card.rejections));
+  }
+  for (const ContenderScore& contender : card.on_display) {
+    if (!contender.source || contender.source->not_used.empty()) continue;
+    content += folded("What was not used of " + escape_markup(contender.name) + ", and why",
+                      rejections_table(contender.source->not_used));
   }
   return section("How it was made", content);
 }

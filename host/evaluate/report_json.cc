@@ -1,5 +1,7 @@
 #include "evaluate/report_json.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -10,6 +12,25 @@ namespace qiv {
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+constexpr std::array<std::string_view, 18> members = {"city",
+                                                      "days",
+                                                      "learned_until",
+                                                      "counts",
+                                                      "settings",
+                                                      "versions",
+                                                      "command_line",
+                                                      "forecast",
+                                                      "timetable",
+                                                      "timetable_delay",
+                                                      "historical_mean",
+                                                      "category_mean",
+                                                      "last_vehicle",
+                                                      "at_reports",
+                                                      "advantage_s",
+                                                      "by_hour",
+                                                      "worst_trips",
+                                                      "rejections"};
 
 Json rounded(double value, double steps) {
   if (!std::isfinite(value)) return Json();
@@ -68,15 +89,41 @@ void add_bounds(const std::vector<BoundScore>& bounds, Json& buckets) {
   }
 }
 
+Json buckets_json(const std::vector<BucketScore>& buckets, const std::vector<OwnScore>& own) {
+  Json json = list(buckets, bucket_json);
+  for (std::size_t i = 0; i < json.size() && i < own.size(); ++i) {
+    json[i]["own_n"] = own[i].n;
+    json[i]["own_mae_s"] = seconds(own[i].mae_s);
+  }
+  return json;
+}
+
+Json rejections_json(const Rejections& rejections) {
+  Json json = Json::object();
+  for (const auto& [reason, entry] : rejections.entries()) {
+    json[reason] = {{"count", entry.count}, {"first", entry.first}};
+  }
+  return json;
+}
+
+Json source_json(const RecordedSource& source) {
+  return {{"recording", source.recording},
+          {"snapshots", source.snapshots},
+          {"snapshots_shown", source.snapshots_shown},
+          {"trip_updates", source.updates},
+          {"not_used", rejections_json(source.not_used)}};
+}
+
 Json contender_json(const ContenderScore& contender) {
   Json json;
-  json["buckets"] = list(contender.buckets, bucket_json);
-  json["buckets_by_lead"] = list(contender.buckets_by_lead, bucket_json);
+  json["buckets"] = buckets_json(contender.buckets, contender.own_by_ahead);
+  json["buckets_by_lead"] = buckets_json(contender.buckets_by_lead, contender.own_by_lead);
   json["mean_mae_s"] = seconds(contender.mean_mae_s);
   json["eta_score"] = seconds(contender.eta_score);
   json["reliable_share"] = share(contender.reliable_share);
   json["own_n"] = contender.own_n;
   json["own_mae_s"] = seconds(contender.own_mae_s);
+  if (contender.source) json["recorded"] = source_json(*contender.source);
   return json;
 }
 
@@ -91,6 +138,9 @@ void add_forecast_members(const Scorecard& card, Json& json) {
       list(card.bounds, [](const BoundScore& b) { return seconds(b.mean_half_width_s); });
   json["fixed_half_width_s"] =
       list(card.bounds, [](const BoundScore& b) { return seconds(b.fixed_half_width_s); });
+  json["quantiles"] = list(card.quantiles, [](const QuantileScore& quantile) {
+    return Json{{"promised", share(quantile.promised)}, {"actual", share(quantile.actual)}};
+  });
   json["coverage_90"] = share(card.coverage_90);
   json["missed_share"] = share(card.missed_share);
   json["availability"] = share(card.availability);
@@ -122,14 +172,6 @@ Json worst_trip_json(const WorstTrip& trip) {
           {"mae_s", seconds(trip.mae_s)}};
 }
 
-Json rejections_json(const Rejections& rejections) {
-  Json json = Json::object();
-  for (const auto& [reason, entry] : rejections.entries()) {
-    json[reason] = {{"count", entry.count}, {"first", entry.first}};
-  }
-  return json;
-}
-
 void add_circumstances(const Scorecard& card, Json& json) {
   json["city"] = card.city;
   json["days"] = list(scored_days(card), [](ServiceDate day) { return day.to_iso_string(); });
@@ -145,6 +187,10 @@ void add_circumstances(const Scorecard& card, Json& json) {
 }
 
 }  // namespace
+
+bool is_report_member(std::string_view name) {
+  return std::find(members.begin(), members.end(), name) != members.end();
+}
 
 std::string report_json(const Scorecard& card) {
   Json json;

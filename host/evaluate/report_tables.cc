@@ -48,7 +48,7 @@ std::string contender_table(const std::string& caption,
     columns.push_back(bucket_label(bucket.from_min, bucket.to_min));
     counts.push_back(grouped(bucket.n));
   }
-  for (const char* column : {"mean", "ETA score, %", "reliable, %", "alone, s"}) {
+  for (const char* column : {"mean", "ETA score, %", "reliable, %"}) {
     columns.emplace_back(column);
   }
   HtmlTable table(caption, columns);
@@ -60,11 +60,29 @@ std::string contender_table(const std::string& caption,
     cells.push_back(fixed(contender.mean_mae_s, 1));
     cells.push_back(fixed(contender.eta_score, 1));
     cells.push_back(percent(contender.reliable_share));
-    cells.push_back(figure(contender.own_n, contender.own_mae_s, 1));
     table.add(contender_label(contender.name), cells, contender.name == "forecast" ? "own" : "");
   }
   counts.resize(columns.size() - 1);
   table.add("events", counts, "count");
+  return std::move(table).finish();
+}
+
+std::string own_table(const std::string& caption, const std::vector<ContenderScore>& contenders) {
+  if (contenders.empty()) return "";
+  std::vector<std::string> columns = {"minutes to the arrival"};
+  for (const BucketScore& bucket : contenders.front().buckets) {
+    columns.push_back(bucket_label(bucket.from_min, bucket.to_min));
+  }
+  columns.insert(columns.end(), {"all", "events", "of all, %"});
+  HtmlTable table(caption, columns);
+  for (const ContenderScore& contender : contenders) {
+    std::vector<std::string> cells;
+    for (const OwnScore& own : contender.own_by_ahead) cells.push_back(figure(own.n, own.mae_s, 1));
+    cells.push_back(figure(contender.own_n, contender.own_mae_s, 1));
+    cells.push_back(grouped(contender.own_n));
+    cells.push_back(percent(own_share(contender)));
+    table.add(contender_label(contender.name), cells, contender.name == "forecast" ? "own" : "");
+  }
   return std::move(table).finish();
 }
 

@@ -27,6 +27,9 @@ class HtmlTable {
 std::string contender_table(const std::string& caption,
                             const std::vector<ContenderScore>& contenders);
 
+/// The same on the events for which each contender had a prediction of its own.
+std::string own_table(const std::string& caption, const std::vector<ContenderScore>& contenders);
+
 /// Everything about the errors in each bucket; `corner` says what the buckets are of.
 std::string bucket_table(const std::string& caption, const std::string& corner,
                          const std::vector<BucketScore>& buckets);

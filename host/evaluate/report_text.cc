@@ -118,6 +118,31 @@ std::string contender_table(const std::string& title,
   return table.take();
 }
 
+/// Where another producer is scored: those that did not predict everything, on what they did.
+std::string own_table(const std::vector<ContenderScore>& contenders) {
+  if (std::none_of(contenders.begin(), contenders.end(),
+                   [](const ContenderScore& contender) { return contender.source.has_value(); })) {
+    return "";
+  }
+  std::vector<std::string> columns = minutes(contenders.front().buckets);
+  columns.insert(columns.end(), {"all", "of all%"});
+  TextTable table("Each on the events for which it has a prediction of its own, seconds",
+                  "minutes to the arrival", columns);
+  bool is_empty = true;
+  for (const ContenderScore& contender : contenders) {
+    if (contender.own_n == events_of(contender)) continue;
+    is_empty = false;
+    std::vector<std::string> cells;
+    for (const OwnScore& own : contender.own_by_ahead) {
+      cells.push_back(own.n == 0 ? "-" : fixed(own.mae_s, 1));
+    }
+    cells.push_back(contender.own_n == 0 ? "-" : fixed(contender.own_mae_s, 1));
+    cells.push_back(percent(own_share(contender)));
+    table.add(contender_label(contender.name), cells);
+  }
+  return is_empty ? "" : table.take();
+}
+
 std::string error_table(const std::string& title, const std::string& corner,
                         const std::vector<BucketScore>& buckets) {
   if (buckets.empty()) return "";
@@ -185,13 +210,20 @@ std::string counts(const Scorecard& card) {
          figure(grouped(card.positions), "positions replayed");
 }
 
-std::string rejections(const Rejections& rejections) {
+std::string rejections(const std::string& title, const Rejections& rejections) {
   if (rejections.empty()) return "";
-  std::string text = "\nNot used\n";
+  std::string text = "\n" + title + "\n";
   for (const auto& [reason, entry] : rejections.entries()) {
     text += figure(grouped(entry.count), reason);
   }
   return text;
+}
+
+std::string recording(const std::string& name, const RecordedSource& source) {
+  return "\nRecording of " + name + "\n" + figure(grouped(source.snapshots), "snapshots") +
+         figure(grouped(source.snapshots_shown), "of them on display") +
+         figure(grouped(source.updates), "trip updates used") +
+         rejections("Not used of " + name, source.not_used);
 }
 
 std::string title(const Scorecard& card) {
@@ -206,6 +238,7 @@ std::string report_text(const Scorecard& card) {
   const ContenderScore* const forecast = find_contender(card.on_display, "forecast");
   std::string text = wrapped(title(card)) + "\n" + wrapped(headline(card)) + "\n";
   text += contender_table("Mean absolute error on display, seconds", card.on_display);
+  text += own_table(card.on_display);
   text += contender_table("Mean absolute error at reports of trips under way, seconds",
                           card.at_reports);
   if (forecast != nullptr) {
@@ -215,7 +248,11 @@ std::string report_text(const Scorecard& card) {
                         forecast->buckets_by_lead);
   }
   text += bounds_table("The published bounds", card.bounds);
-  return text + service_figures(card) + counts(card) + rejections(card.rejections);
+  text += service_figures(card) + counts(card) + rejections("Not used", card.rejections);
+  for (const ContenderScore& contender : card.on_display) {
+    if (contender.source) text += recording(contender.name, *contender.source);
+  }
+  return text;
 }
 
 }  // namespace qiv

@@ -24,7 +24,12 @@ std::string comparison(const ContenderScore& forecast, const ContenderScore& oth
   const std::string size = fixed(100.0 * std::abs(change), 0);
   const std::string than =
       size == "0" ? "level with" : size + " % " + (change < 0.0 ? "less than" : "more than");
-  return than + " the " + contender_label(other.name) + " (" + fixed(other.mean_mae_s, 1) + " s)";
+  const std::string name = (other.source ? " " : " the ") + contender_label(other.name);
+  const std::string own =
+      other.source && own_share(other) < 0.95
+          ? ", for " + percent(own_share(other), 0) + " % a prediction of its own"
+          : "";
+  return than + name + " (" + fixed(other.mean_mae_s, 1) + " s" + own + ")";
 }
 
 /// Share of arrivals inside the 68 % bounds, over all buckets; negative without any.
@@ -89,6 +94,17 @@ std::vector<ServiceDate> scored_days(const Scorecard& card) {
   return days;
 }
 
+std::uint64_t events_of(const ContenderScore& contender) {
+  std::uint64_t events = 0;
+  for (const BucketScore& bucket : contender.buckets) events += bucket.n;
+  return events;
+}
+
+double own_share(const ContenderScore& contender) {
+  const std::uint64_t events = events_of(contender);
+  return events == 0 ? 0.0 : static_cast<double>(contender.own_n) / static_cast<double>(events);
+}
+
 const ContenderScore* find_contender(const std::vector<ContenderScore>& contenders,
                                      std::string_view name) {
   const auto found = std::find_if(contenders.begin(), contenders.end(),
@@ -105,6 +121,9 @@ std::string headline(const Scorecard& card) {
                      " s on the mean of all horizons";
   if (const auto* const other = find_contender(card.on_display, "timetable_delay")) {
     text += ", " + comparison(*forecast, *other);
+  }
+  for (const ContenderScore& other : card.on_display) {
+    if (other.source) text += ", " + comparison(*forecast, other);
   }
   const double coverage = mean_coverage(card.bounds);
   if (coverage < 0.0) return text + ".";

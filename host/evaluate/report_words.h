@@ -29,6 +29,12 @@ std::string days_label(const Scorecard& card);
 /// The scored days; where the scorecard does not list them, all from the first to the last.
 std::vector<ServiceDate> scored_days(const Scorecard& card);
 
+/// How many events the contenders were scored on: those of its buckets.
+std::uint64_t events_of(const ContenderScore& contender);
+
+/// Share of the events for which the contender had a prediction of its own.
+double own_share(const ContenderScore& contender);
+
 /// The contender of this name; null if there is none.
 const ContenderScore* find_contender(const std::vector<ContenderScore>& contenders,
                                      std::string_view name);

@@ -33,16 +33,34 @@ struct BucketScore {
   double p90_s = 0.0;  ///< nine of ten absolute errors are smaller
 };
 
+/// Mean absolute error on the events for which a producer had a prediction of its own.
+struct OwnScore {
+  std::uint64_t n = 0;
+  double mae_s = 0.0;
+};
+
+/// What has been read of another producer's recording.
+struct RecordedSource {
+  std::string recording;              ///< file or folder
+  std::uint64_t snapshots = 0;        ///< that it holds
+  std::uint64_t snapshots_shown = 0;  ///< that were on display at some moment
+  std::uint64_t updates = 0;          ///< trip updates used of those
+  Rejections not_used;
+};
+
 /// How well one producer predicted.
 struct ContenderScore {
   std::string name;
   std::vector<BucketScore> buckets;          ///< by time to the actual arrival
   std::vector<BucketScore> buckets_by_lead;  ///< by predicted lead
+  std::vector<OwnScore> own_by_ahead;        ///< on its own events, for each of `buckets`
+  std::vector<OwnScore> own_by_lead;         ///< ... and of `buckets_by_lead`
   double mean_mae_s = 0.0;                   ///< plain mean of the buckets' errors
   double eta_score = 0.0;       ///< ETA accuracy benchmark: mean of four shares, in percent
   double reliable_share = 0.0;  ///< -60 ln(m + 1.3) < error < 60 ln(m + 1.5), m minutes ahead
   double own_mae_s = 0.0;       ///< on all events for which it had a forecast of its own
   std::uint64_t own_n = 0;
+  std::optional<RecordedSource> source;  ///< of another producer; empty for our own
 };
 
 /// How honest the published bounds were, by predicted lead.
@@ -57,6 +75,12 @@ struct BoundScore {
       0.0;  ///< the fixed half width around the forecast that covers as much
   double mean_half_width_90_s = 0.0;
   double pinball_s = 0.0;  ///< mean pinball loss over the four quantiles
+};
+
+/// How often arrivals came before one of the four published bounds: each side on its own.
+struct QuantileScore {
+  double promised = 0.0;  ///< share that was to come before it
+  double actual = 0.0;    ///< share that did
 };
 
 /// A trip that went badly, for the report.
@@ -91,6 +115,7 @@ struct Scorecard {
   std::vector<BoundScore> bounds;  ///< on display, by predicted lead
   std::map<std::string, std::vector<BoundScore>> bounds_by_state;
   std::vector<BoundScore> bounds_by_hour;  ///< from_min and to_min are hours of the local day
+  std::vector<QuantileScore> quantiles;    ///< of all bounds on display, the lowest first
   double coverage_90 = 0.0;
   double missed_share = 0.0;  ///< riders who leave by the leave-by time and come too late
   double wobble_s = 0.0;      ///< mean absolute change of a forecast from one display to the next

@@ -65,8 +65,8 @@ TEST(ReportHtmlTest, AsksNobodyForAnything) {
 
 TEST(ReportHtmlTest, EveryPlotIsDescribed) {
   const std::string html = report_html(sample_scorecard(), sample_details());
-  EXPECT_EQ(count_of(html, "<svg "), 7);
-  EXPECT_EQ(count_of(html, "role=\"img\" aria-label=\""), 7);
+  EXPECT_EQ(count_of(html, "<svg "), 8);
+  EXPECT_EQ(count_of(html, "role=\"img\" aria-label=\""), 8);
   EXPECT_THAT(html, HasSubstr("prefers-color-scheme: dark"));
 }
 
@@ -79,6 +79,29 @@ TEST(ReportHtmlTest, FiguresStandInTables) {
                               "<td>27.4</td><td>28.0</td><td>89.3</td>"));
   EXPECT_THAT(html, HasSubstr("E814-0805-MHIDE-BRAY@20251003"));
   EXPECT_THAT(html, HasSubstr("qiv evaluate dart --from 2025-10-03"));
+}
+
+TEST(ReportHtmlTest, AnotherProducerIsInChartTableAndOrigin) {
+  const std::string html = report_html(testing::sample_against(), sample_details());
+  EXPECT_THAT(html,
+              HasSubstr("50 % less than present (102.6 s, for 50 % a prediction of its own);"));
+  EXPECT_THAT(html, HasSubstr("<title>present, 0-3: 48.0 s</title>"));
+  EXPECT_THAT(html, HasSubstr("<th scope=\"row\">present</th><td>48.0</td>"));
+  EXPECT_THAT(html, HasSubstr("<th scope=\"row\">present</th><td>47.5</td><td>65.5</td>"
+                              "<td>83.0</td><td>99.5</td><td>133.5</td><td>183.5</td>"
+                              "<td>115.4</td><td>341 494</td><td>50.0</td>"));
+  EXPECT_THAT(html, HasSubstr("recordings/present: 20 160 snapshots, 20 100 of them on display"));
+  EXPECT_THAT(html, HasSubstr("What was not used of present, and why"));
+  EXPECT_EQ(first_misplaced_element(html), "");
+}
+
+TEST(ReportHtmlTest, CalibrationOfEachSideAndOverTheDay) {
+  Scorecard card = sample_scorecard();
+  const std::string html = report_html(card);
+  EXPECT_THAT(html, HasSubstr("<title>came, 16 %: 17.1 %</title>"));
+  EXPECT_THAT(html, Not(HasSubstr("Over the day"))) << "nothing is known of the hours";
+  card.bounds_by_hour = {card.bounds[0], {7, 8, 40, 0.655, 0.91, 30.0, 31.0, 60.0, 8.0}};
+  EXPECT_THAT(report_html(card), HasSubstr("<title>68 % bounds, 7: 65.5 %</title>"));
 }
 
 TEST(ReportHtmlTest, HeadlineComesFirst) {

@@ -29,7 +29,8 @@ TEST(ReportJsonTest, EachContenderHasItsFigures) {
   }
   EXPECT_EQ(json["timetable_delay"]["buckets"][3],
             Json::parse(R"({"from_min": 10, "to_min": 15, "n": 64775, "mae_s": 66.0,
-                            "bias_s": 8.25, "median_s": -4.0, "p90_s": 148.5})"));
+                            "bias_s": 8.25, "median_s": -4.0, "p90_s": 148.5,
+                            "own_n": 64525, "own_mae_s": 65.5})"));
   EXPECT_EQ(json["forecast"]["mean_mae_s"], 51.333);
   EXPECT_EQ(json["forecast"]["eta_score"], 90.25);
 }
@@ -54,6 +55,8 @@ TEST(ReportJsonTest, SingleFiguresOfTheForecast) {
   EXPECT_EQ(json["forecast"]["missed_share"], 0.0481);
   EXPECT_EQ(json["forecast"]["availability"], 0.9874);
   EXPECT_EQ(json["forecast"]["wobble_s"], 7.25);
+  EXPECT_EQ(json["forecast"]["quantiles"][1],
+            Json::parse(R"({"promised": 0.16, "actual": 0.1712})"));
   EXPECT_FALSE(json["timetable"].contains("availability"));
 }
 
@@ -62,6 +65,25 @@ TEST(ReportJsonTest, AtReportsHaveTheSameShape) {
   ASSERT_EQ(json.size(), 2U);
   EXPECT_EQ(json["forecast"]["mean_mae_s"], 46.75);
   EXPECT_EQ(json["timetable_delay"]["buckets"].size(), bucket_count);
+}
+
+TEST(ReportJsonTest, AnotherProducerIsAMemberWithWhatWasRead) {
+  const Json present = parsed(testing::sample_against())["present"];
+  EXPECT_EQ(present["buckets"].size(), bucket_count);
+  EXPECT_EQ(present["own_n"], 341494);
+  EXPECT_EQ(present["recorded"], Json::parse(R"({
+      "recording": "recordings/present", "snapshots": 20160, "snapshots_shown": 20100,
+      "trip_updates": 412345,
+      "not_used": {"trip canceled": {"count": 1, "first": "trip E811 at 2025-10-03"}}})"));
+  EXPECT_FALSE(parsed(testing::sample_against())["timetable"].contains("recorded"));
+}
+
+TEST(ReportJsonTest, NoProducerCanTakeTheNameOfAMember) {
+  const Json json = parsed(sample_scorecard());
+  for (const auto& member : json.items()) {
+    EXPECT_TRUE(is_report_member(member.key())) << member.key();
+  }
+  EXPECT_FALSE(is_report_member("present"));
 }
 
 TEST(ReportJsonTest, Circumstances) {

@@ -32,6 +32,10 @@ ContenderScore contender(const std::string& name, const SixErrors& mae_s, double
   for (const double mae : mae_s) score.mean_mae_s += mae / bucket_count;
   score.eta_score = eta_score;
   score.reliable_share = eta_score / 104.0;
+  for (std::size_t i = 0; i < bucket_count; ++i) {
+    score.own_by_ahead.push_back({events[i] - 250, mae_s[i] - 0.5});
+  }
+  score.own_by_lead = score.own_by_ahead;
   score.own_mae_s = score.mean_mae_s * 1.125;
   score.own_n = 682988;
   return score;
@@ -117,6 +121,7 @@ Scorecard sample_scorecard() {
                      contender("timetable_delay", {34.0, 45.0, 54.0, 61.5, 80.0, 109.0}, 80.0)};
   card.bounds = bounds(0.0);
   card.bounds_by_state = {{"not_begun", bounds(-0.02)}, {"under_way", bounds(0.01)}};
+  card.quantiles = {{0.05, 0.0481}, {0.16, 0.1712}, {0.84, 0.8476}, {0.95, 0.9443}};
   card.coverage_90 = 0.8962;
   card.missed_share = 0.0481;
   card.wobble_s = 7.25;
@@ -141,6 +146,16 @@ Scorecard sample_scorecard() {
   card.rejections.add("vehicle off its route", [] { return "E809 at 53.39, -6.07"; });
   card.settings = {{"display interval", "30 s"}, {"longest gap of the truth", "420 s"}};
   card.command_line = "qiv evaluate dart --from 2025-10-03 --to 2025-10-09 --html report.html";
+  return card;
+}
+
+Scorecard sample_against() {
+  Scorecard card = sample_scorecard();
+  ContenderScore present = contender("present", {48.0, 66.0, 83.5, 100.0, 134.0, 184.0}, 71.0);
+  present.own_n = 341494;
+  present.source = RecordedSource{"recordings/present", 20160, 20100, 412345, {}};
+  present.source->not_used.add("trip canceled", [] { return "trip E811 at 2025-10-03"; });
+  card.on_display.push_back(present);
   return card;
 }
 

@@ -35,6 +35,23 @@ The published bounds
 )"));
 }
 
+TEST(ReportTextTest, AnotherProducerStandsBesideTheForecast) {
+  const std::string text = report_text(testing::sample_against());
+  EXPECT_THAT(text, HasSubstr("\n  present                    48.0    66.0    83.5   100.0   134.0"
+                              "   184.0   102.6    71.0    68.3\n"));
+  EXPECT_THAT(text, HasSubstr(R"(
+Each on the events for which it has a prediction of its own, seconds
+  minutes to the arrival      0-3     3-6    6-10   10-15   15-30   30-60     all of all%
+)"));
+  EXPECT_THAT(text, HasSubstr("\n  present                    47.5    65.5    83.0    99.5   133.5"
+                              "   183.5   115.4    50.0\n"));
+  EXPECT_THAT(text, HasSubstr("\nRecording of present\n    20 160  snapshots\n"
+                              "    20 100  of them on display\n   412 345  trip updates used\n"
+                              "\nNot used of present\n         1  trip canceled\n"));
+  EXPECT_THAT(text,
+              HasSubstr("50 % less than present (102.6 s, for 50 % a prediction of its own);"));
+}
+
 TEST(ReportTextTest, ServiceAndCounts) {
   const std::string text = report_text(sample_scorecard());
   EXPECT_THAT(text, HasSubstr("    98.7 %  of the minutes"));
