@@ -2,9 +2,14 @@
 
 #include <algorithm>
 #include <fstream>
+#include <map>
+#include <utility>
 
 #include "app/exit_code.h"
+#include "app/program_identity.h"
 #include "feed/gtfs.h"
+#include "history/pattern_outline.h"
+#include "network/pattern_ref.h"
 
 namespace qiv {
 namespace {
@@ -16,6 +21,30 @@ constexpr Seconds day_begins = std::chrono::hours(3);
 void copy_timetable(const fs::path& from, const fs::path& to) {
   fs::remove_all(to);
   fs::copy(from, to, fs::copy_options::recursive);
+}
+
+/// Of the content of a file, or of all files in a folder with their names.
+std::string hash_of(const fs::path& path) {
+  std::vector<fs::path> files;
+  if (fs::is_directory(path)) {
+    for (const auto& entry : fs::recursive_directory_iterator(path)) {
+      if (entry.is_regular_file()) files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+  } else {
+    files.push_back(path);
+  }
+  StableHash hash;
+  std::string buffer(1 << 16, '\0');
+  for (const fs::path& file : files) {
+    hash.add(file.lexically_relative(path).string());
+    std::ifstream in(file, std::ios::binary);
+    do {
+      in.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+      hash.add(std::string_view(buffer).substr(0, static_cast<std::size_t>(in.gcount())));
+    } while (in);
+  }
+  return std::to_string(hash.value());
 }
 
 }  // namespace
@@ -50,21 +79,30 @@ City::City(const fs::path& folder) : _folder(folder) {
   _network = std::make_unique<Network>(build_network(feed.timetable));
   _timetable_rejections.merge(_network->rejections());
   _archive = std::make_unique<Archive>(folder / "archive.sqlite");
+  _identity = program_identity() + " " + hash_of(folder / "city.toml") + " " +
+              hash_of(folder / _config.timetable);
+  keep_patterns();
+}
+
+/// A later timetable may not have these patterns any more, but their trips can be lent.
+void City::keep_patterns() {
+  std::vector<PatternOutline> outlines;
+  for (const JourneyPattern& pattern : network().patterns()) {
+    PatternOutline made = outline(pattern, network().stops());
+    if (_archive->pattern(made.ref) != made) outlines.push_back(std::move(made));
+  }
+  if (!outlines.empty()) _archive->keep_patterns(outlines);
 }
 
 std::vector<ServiceDate> City::recorded_days() {
   std::vector<ServiceDate> days;
-  const ArchiveSummary summary = _archive->summary();
-  if (!summary.first_received || !summary.last_received) return days;
   const ServiceClock& clock = network().clock();
-  const ServiceDate last = clock.local_day(*summary.last_received);
-  for (ServiceDate day = clock.local_day(*summary.first_received) - std::chrono::days(1);
-       day <= last; day = day + std::chrono::days(1)) {
-    bool any = false;
-    _archive->read_positions(clock.at(day, day_begins),
-                             clock.at(day + std::chrono::days(1), day_begins),
-                             [&](const VehiclePosition&) { any = true; });
-    if (any) days.push_back(day);
+  auto received = _archive->next_received(Instant::min());
+  while (received) {
+    ServiceDate day = clock.local_day(*received);
+    if (*received < clock.at(day, day_begins)) day = day - std::chrono::days(1);
+    days.push_back(day);
+    received = _archive->next_received(clock.at(day + std::chrono::days(1), day_begins));
   }
   return days;
 }
@@ -75,40 +113,74 @@ std::vector<VehiclePosition> City::positions(ServiceDate day) {
                              clock.at(day + std::chrono::days(1), day_begins));
 }
 
+std::string City::state_of_day(ServiceDate day) {
+  const ServiceClock& clock = network().clock();
+  return _identity + " " +
+         std::to_string(_archive->position_changes(
+             clock.at(day, day_begins), clock.at(day + std::chrono::days(1), day_begins)));
+}
+
+std::string City::state(ServiceDate last) {
+  StableHash hash;
+  hash.add(_identity);
+  const auto add = [&](ServiceDate day, const std::string& state) {
+    if (day > last) return;
+    hash.add(day.to_iso_string());
+    hash.add(state);
+  };
+  for (const auto& [day, state] : _archive->followed_states()) add(day, state);
+  for (const ServiceDate day : recorded_days()) add(day, state_of_day(day));
+  return std::to_string(hash.value());
+}
+
+FollowedDay City::follow_day(ServiceDate day) {
+  FollowedDay followed{day, state_of_day(day), {}};
+  Tracker tracker(network(), _config.track);
+  std::vector<TrackEvent> events;
+  const auto keep = [&] {
+    for (TrackEvent& event : events) {
+      auto* const ended = std::get_if<TripEnded>(&event);
+      if (ended == nullptr || ended->run.progress.empty()) continue;
+      ArchivedRun& run = followed.runs.emplace_back();
+      run.run = std::move(ended->run);
+      const auto trip = network().schedule(run.run.trip);
+      for (std::size_t j = 0; trip && j < trip->plan->size(); ++j) {
+        run.calls.push_back(trip->plan->call(j));
+      }
+    }
+    events.clear();
+  };
+  for (const VehiclePosition& position : positions(day)) {
+    tracker.advance(position.received, events);
+    tracker.update(position, events);
+    keep();
+  }
+  tracker.finish(events);
+  keep();
+  return followed;
+}
+
 RecordedRuns City::follow(ServiceDate last,
                           const std::function<void(double, ServiceDate)>& on_progress) {
-  RecordedRuns runs(network());
+  const std::map<ServiceDate, std::string> known = _archive->followed_states();
   std::vector<ServiceDate> days = recorded_days();
-  std::erase_if(days, [&](ServiceDate day) { return day > last; });
+  std::erase_if(days, [&](ServiceDate day) {
+    const auto entry = known.find(day);
+    return day > last || (entry != known.end() && entry->second == state_of_day(day));
+  });
   for (std::size_t i = 0; i < days.size(); ++i) {
     on_progress(static_cast<double>(i) / static_cast<double>(days.size()), days[i]);
-    Tracker tracker(network(), _config.track);
-    std::vector<TrackEvent> events;
-    std::vector<ArchivedRun> archived;
-    const auto keep = [&] {
-      for (const TrackEvent& event : events) {
-        const auto* const ended = std::get_if<TripEnded>(&event);
-        if (ended == nullptr || ended->run.progress.empty()) continue;
-        runs.add(ended->run);
-        ArchivedRun run{ended->run, {}};
-        if (const auto trip = network().schedule(ended->run.trip)) {
-          for (std::size_t j = 0; j < trip->plan->size(); ++j) {
-            run.calls.push_back(trip->plan->call(j));
-          }
-        }
-        archived.push_back(std::move(run));
-      }
-      events.clear();
-    };
-    for (const VehiclePosition& position : positions(days[i])) {
-      tracker.advance(position.received, events);
-      tracker.update(position, events);
-      keep();
+    const FollowedDay followed = follow_day(days[i]);
+    if (2 * followed.runs.size() < _archive->followed_runs(days[i])) {
+      _archive->note_followed(days[i], followed.state);
+    } else {
+      _archive->keep_followed(followed);
     }
-    tracker.finish(events);
-    keep();
-    _archive->add_runs(archived);
   }
+  RecordedRuns runs(network());
+  for (const PatternOutline& pattern : _archive->patterns()) runs.know(pattern);
+  _archive->read_runs({std::nullopt, std::nullopt, std::nullopt, last},
+                      [&](ArchivedRun&& run) { runs.add(std::move(run)); });
   return runs;
 }
 

@@ -37,21 +37,32 @@ class City {
   /// the next day.
   std::vector<VehiclePosition> positions(ServiceDate day);
 
-  /// The trips of the recorded days up to `last`, followed by the tracker and kept in the archive.
-  /// `on_progress` is told the share
-  /// that is done and the day.
+  /// The trips up to the recorded day `last`. Days that the archive does not hold as this program
+  /// follows them, with this timetable and configuration, are followed first and kept;
+  /// `on_progress` is told the share of them that is done and the day. A day on which less than
+  /// half as many trips are found as are kept ran on an earlier timetable: its trips stay as they
+  /// are.
   RecordedRuns follow(ServiceDate last,
                       const std::function<void(double, ServiceDate)>& on_progress);
+
+  /// Names all that `follow(last)` and what is computed from it depend on: timetable,
+  /// configuration, program and recorded positions.
+  std::string state(ServiceDate last);
 
   /// What `learn` found, or the defaults; `learned_until` is empty then.
   LearnedSettings settings();
   std::optional<ServiceDate> learned_until();
 
  private:
+  void keep_patterns();
+  std::string state_of_day(ServiceDate day);
+  FollowedDay follow_day(ServiceDate day);
+
   std::filesystem::path _folder;
   CityConfig _config;
   std::unique_ptr<Network> _network;
   std::unique_ptr<Archive> _archive;
+  std::string _identity;  ///< of timetable, configuration and program
   Rejections _timetable_rejections;
 };
 

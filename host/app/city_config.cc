@@ -17,6 +17,7 @@ struct Key {
   std::string meaning;
   std::function<std::string(const CityConfig&)> get;
   std::function<bool(CityConfig&, const toml::node&)> set;
+  std::string wanted = "a number that is not negative";
 };
 
 Key number(std::string name, std::string meaning, std::function<double&(CityConfig&)> member) {
@@ -49,6 +50,61 @@ Key seconds(std::string name, std::string meaning, std::function<Seconds&(CityCo
           }};
 }
 
+std::string quoted(const std::string& text) {
+  constexpr auto flags =
+      toml::toml_formatter::default_flags & ~toml::format_flags::allow_literal_strings;
+  const toml::value<std::string> value(text);
+  std::ostringstream result;
+  result << toml::toml_formatter(value, flags);
+  return result.str();
+}
+
+/// `set` tells whether it took the text.
+Key text(std::string name, std::string meaning, std::string wanted,
+         std::function<std::string(const LogConfig&)> get,
+         std::function<bool(LogConfig&, const std::string&)> set) {
+  return {std::move(name), std::move(meaning),
+          [get](const CityConfig& config) { return quoted(get(config.log)); },
+          [set](CityConfig& config, const toml::node& node) {
+            const auto value = node.value<std::string>();
+            return value && set(config.log, *value);
+          },
+          std::move(wanted)};
+}
+
+std::string list(const std::vector<std::string>& names) {
+  std::string result;
+  for (const std::string& name : names) result += (result.empty() ? "" : ", ") + name;
+  return result;
+}
+
+std::vector<Key> log_keys() {
+  return {
+      text(
+          "level", "From which level on is logged: " + list(log_levels()) + ".",
+          "one of " + list(log_levels()),
+          [](const LogConfig& log) { return std::string(to_string(log.level)); },
+          [](LogConfig& log, const std::string& value) {
+            const auto level = parse_log_level(value);
+            log.level = level.value_or(log.level);
+            return level.has_value();
+          }),
+      text(
+          "file", "The log, in this folder; without a file, the standard error stream.",
+          "the name of a file", [](const LogConfig& log) { return log.file.string(); },
+          [](LogConfig& log, const std::string& value) {
+            log.file = value;
+            return true;
+          }),
+      text(
+          "language", "Of the library's messages, such as \"de\"; else that of the environment.",
+          "the name of a language", [](const LogConfig& log) { return log.language; },
+          [](LogConfig& log, const std::string& value) {
+            log.language = value;
+            return true;
+          })};
+}
+
 const std::map<std::string, std::vector<Key>>& sections() {
   static const std::map<std::string, std::vector<Key>> all = {
       {"track",
@@ -71,7 +127,8 @@ const std::map<std::string, std::vector<Key>>& sections() {
                 "A trip that no vehicle began so long after its departure is shown no more.",
                 [](CityConfig& c) -> Seconds& { return c.engine.ghost_patience; }),
         number("least_error_m", "What a position may be off at least, for the library.",
-               [](CityConfig& c) -> double& { return c.engine.least_error_m; })}}};
+               [](CityConfig& c) -> double& { return c.engine.least_error_m; })}},
+      {"log", log_keys()}};
   return all;
 }
 
@@ -91,7 +148,7 @@ void read_section(const std::filesystem::path& file, const std::vector<Key>& key
       reject(file, node, "there is no key '" + std::string(name.str()) + "': remove it");
     }
     if (!key->set(config, node)) {
-      reject(file, node, "'" + key->name + "' must be a number that is not negative");
+      reject(file, node, "'" + key->name + "' must be " + key->wanted);
     }
   }
 }
@@ -127,9 +184,9 @@ CityConfig read_city_config(const std::filesystem::path& file) {
 
 std::string city_config_text(const CityConfig& config) {
   std::ostringstream text;
-  text << "# The name that people see.\nname = \"" << config.name << "\"\n\n"
+  text << "# The name that people see.\nname = " << quoted(config.name) << "\n\n"
        << "# The timetable, GTFS as zip file or folder; `qiv init` copies it here.\n"
-       << "timetable = \"" << config.timetable << "\"\n";
+       << "timetable = " << quoted(config.timetable) << "\n";
   for (const auto& [section, keys] : sections()) {
     text << "\n[" << section << "]\n";
     for (const Key& key : keys) {

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "app/log.h"
 #include "engine/engine.h"
 #include "track/options.h"
 
@@ -14,6 +15,7 @@ struct CityConfig {
   std::string timetable = "timetable.zip";  ///< file or folder, relative to the city's folder
   TrackOptions track;
   EngineOptions engine;
+  LogConfig log;  ///< a file's path is relative to the city's folder
 };
 
 /// Reads a configuration. Throws `CommandError` with file, line and remedy for text that is not

@@ -35,6 +35,7 @@ struct ReplayArguments {
   std::string out;     ///< empty: the standard output stream
   std::string format;  ///< "json", "pb" or "text"
   std::string at;      ///< local time of one display, "HH:MM:SS"; empty: all
+  std::string mode;    ///< "arrival" or "travel"
 };
 void run_replay(const ReplayArguments& arguments);
 
@@ -45,6 +46,8 @@ struct EvaluateArguments {
   std::string json;
   std::string csv;
   std::string html;
+  std::vector<std::string>
+      against;  ///< recordings of other producers, each "FOLDER" or "NAME=FOLDER"
 };
 void run_evaluate(const EvaluateArguments& arguments);
 

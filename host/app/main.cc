@@ -1,9 +1,11 @@
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <iostream>
 
-#include "RQLogger.h"
+#include "app/city_config.h"
 #include "app/commands.h"
 #include "app/exit_code.h"
+#include "app/log.h"
 #include "app/version.h"
 
 namespace {
@@ -25,10 +27,39 @@ const char* const description =
     "Exit codes: 0 done; 1 the work could not go on; 2 the command line or the configuration is\n"
     "wrong; 3 there is nothing to work on (no positions, no such day, no such trip).";
 
+const char* const evaluate_examples =
+    "Examples:\n"
+    "  qiv evaluate dublin --from 2025-10-03 --to 2025-10-09\n"
+    "  qiv evaluate dublin --from 2025-10-07 --to 2025-10-07 --json scores.json --html "
+    "report.html\n"
+    "  qiv evaluate dublin --from 2025-10-07 --to 2025-10-07 --against present=recorded-updates";
+
+std::string log_level;
+
 CLI::App* command(CLI::App& app, const char* name, const char* help, std::string& city) {
   CLI::App* const sub = app.add_subcommand(name, help);
   sub->add_option("CITY", city, "Folder of the city")->required();
+  sub->add_option("--log-level", log_level,
+                  "From which level on is logged, in place of city.toml's")
+      ->check(CLI::IsMember(log_levels()))
+      ->envname("QIV_LOG_LEVEL");
   return sub;
+}
+
+void start_log(const std::filesystem::path& city) {
+  LogConfig config;
+  if (exists(city / "city.toml")) config = read_city_config(city / "city.toml").log;
+  if (!config.file.empty()) config.file = city / config.file;
+  if (const auto level = parse_log_level(log_level)) config.level = *level;
+  Log(config).take_library_messages();
+}
+
+template <class Arguments>
+void on_command(CLI::App* sub, const Arguments& arguments, void (*run)(const Arguments&)) {
+  sub->callback([&arguments, run] {
+    start_log(arguments.city);
+    run(arguments);
+  });
 }
 
 void add_init(CLI::App& app) {
@@ -37,7 +68,7 @@ void add_init(CLI::App& app) {
       command(app, "init", "Make a city, or take a new timetable into one (histories are kept)",
               arguments.city);
   sub->add_option("--gtfs", arguments.gtfs, "Timetable: GTFS, a zip file or a folder")->required();
-  sub->callback([] { run_init(arguments); });
+  on_command(sub, arguments, run_init);
 }
 
 void add_record(CLI::App& app) {
@@ -50,7 +81,7 @@ void add_record(CLI::App& app) {
          "Tables (.csv, .csv.gz), GTFS-realtime (.pb), SIRI (.xml), or a folder or zip of them")
       ->required();
   sub->add_flag("--json", arguments.json, "Print the counts as JSON");
-  sub->callback([] { run_record(arguments); });
+  on_command(sub, arguments, run_record);
 }
 
 void add_learn(CLI::App& app) {
@@ -61,7 +92,7 @@ void add_learn(CLI::App& app) {
                   "Last day to learn from (default: the last recorded)");
   sub->add_option("--threads", arguments.threads, "Threads to use")->capture_default_str();
   sub->add_flag("--json", arguments.json, "Print what was learned as JSON");
-  sub->callback([] { run_learn(arguments); });
+  on_command(sub, arguments, run_learn);
 }
 
 void add_replay(CLI::App& app) {
@@ -75,7 +106,12 @@ void add_replay(CLI::App& app) {
   sub->add_option("--format", arguments.format, "json (a line for each trip), pb or text")
       ->check(CLI::IsMember({"json", "pb", "text"}))
       ->capture_default_str();
-  sub->callback([] { run_replay(arguments); });
+  arguments.mode = "arrival";
+  sub->add_option("--mode", arguments.mode,
+                  "arrival (times at the stops) or travel (times of the legs between them)")
+      ->check(CLI::IsMember({"arrival", "travel"}))
+      ->capture_default_str();
+  on_command(sub, arguments, run_replay);
 }
 
 void add_evaluate(CLI::App& app) {
@@ -88,7 +124,13 @@ void add_evaluate(CLI::App& app) {
   sub->add_option("--json", arguments.json, "Write the figures as JSON");
   sub->add_option("--csv", arguments.csv, "Write the figures as CSV");
   sub->add_option("--html", arguments.html, "Write the report with plots");
-  sub->callback([] { run_evaluate(arguments); });
+  sub->add_option(
+         "--against", arguments.against,
+         "Another producer's recorded TripUpdates, scored on the same events: FOLDER, zip\n"
+         "file or file, or NAME=FOLDER; may be given several times")
+      ->allow_extra_args(false);
+  sub->footer(evaluate_examples);
+  on_command(sub, arguments, run_evaluate);
 }
 
 void add_explain(CLI::App& app) {
@@ -98,7 +140,7 @@ void add_explain(CLI::App& app) {
       arguments.city);
   sub->add_option("--trip", arguments.trip, "Trip of the timetable")->required();
   sub->add_option("--at", arguments.at, "Local time, YYYY-MM-DDTHH:MM:SS")->required();
-  sub->callback([] { run_explain(arguments); });
+  on_command(sub, arguments, run_explain);
 }
 
 void add_inspect(CLI::App& app) {
@@ -106,14 +148,12 @@ void add_inspect(CLI::App& app) {
   CLI::App* const sub = command(
       app, "inspect", "List patterns, what is recorded, and what was learned", arguments.city);
   sub->add_flag("--json", arguments.json, "Print as JSON");
-  sub->callback([] { run_inspect(arguments); });
+  on_command(sub, arguments, run_inspect);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  // What the library says of single reports is counted by the engine, with the first of each kind.
-  RQLogger::SetSink([](const RQLogger::Record&) {});
   CLI::App app(description, "qiv");
   app.set_version_flag("--version", qiv::version);
   app.require_subcommand(1);

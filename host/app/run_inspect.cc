@@ -28,6 +28,8 @@ void run_inspect(const InspectArguments& arguments) {
                                     {"runs", runs[pattern.ref]},
                                     {"bandwidth", chosen.bandwidth},
                                     {"category_depth", chosen.category_depth},
+                                    {"window", chosen.window},
+                                    {"milestone_spacing_m", chosen.milestone_spacing_m},
                                     {"delay_clock", chosen.delay_clock}});
     }
     std::cout << result.dump(2) << "\n";

@@ -7,6 +7,7 @@
 #include "app/city.h"
 #include "app/commands.h"
 #include "app/exit_code.h"
+#include "app/kept_results.h"
 #include "app/progress_bar.h"
 #include "history/settings_json.h"
 #include "learn/learn.h"
@@ -27,10 +28,12 @@ void run_learn(const LearnArguments& arguments) {
   const RecordedRuns runs = city.follow(until, [&](double share, ServiceDate day) {
     bar.show(0.2 * share, "following " + day.to_iso_string());
   });
+  KeptResults kept(city.archive(), city.state(until) + " until " + until.to_iso_string());
   LearnOptions options;
   options.validation.threads = arguments.threads;
   options.track = city.config().track;
   options.engine = city.config().engine;
+  options.partial = kept.partial_results();
   options.on_progress = [&](double share, const std::string& what) {
     bar.show(0.2 + 0.8 * share, what);
   };
@@ -40,7 +43,10 @@ void run_learn(const LearnArguments& arguments) {
   record.learned = city.network().clock().at(until + std::chrono::days(1), Seconds(0));
   record.last_day = until;
   record.settings = settings;
-  city.archive().add_settings(record);
+  city.archive().together([&] {
+    city.archive().add_settings(record);
+    city.archive().remove_partials();
+  });
   bar.show(1.0);
   if (arguments.json) {
     std::cout << to_json(settings) << "\n";
@@ -49,7 +55,9 @@ void run_learn(const LearnArguments& arguments) {
   std::map<std::string, std::size_t> kinds;
   for (const auto& [ref, chosen] : settings.patterns) {
     kinds["depth " + std::to_string(chosen.category_depth) + ", bandwidth " +
-          std::to_string(static_cast<long long>(chosen.bandwidth)) +
+          std::to_string(static_cast<long long>(chosen.bandwidth)) + ", window " +
+          std::to_string(chosen.window) + ", milestones " +
+          std::to_string(static_cast<long long>(chosen.milestone_spacing_m)) + " m" +
           (chosen.delay_clock ? ", delay clock" : "")]++;
   }
   std::cout << "Learned from " << days.front().to_iso_string() << " to " << until.to_iso_string()

@@ -33,6 +33,12 @@ void run_replay(const ReplayArguments& arguments) {
     if (!time) throw CommandError(ExitCode::usage, "--at: write HH:MM:SS");
     wanted = city.network().clock().at(day, *time);
   }
+  const bool travel = arguments.mode == "travel";
+  if (travel && arguments.format != "json") {
+    throw CommandError(ExitCode::usage,
+                       "TripUpdates (--format pb, text) hold arrivals, not travel times: "
+                       "--mode travel needs --format json");
+  }
   if (arguments.format != "json" && !wanted) {
     throw CommandError(ExitCode::usage, "one message holds one moment: give --at HH:MM:SS");
   }
@@ -41,6 +47,7 @@ void run_replay(const ReplayArguments& arguments) {
   ReplayOptions options;
   options.track = city.config().track;
   options.engine = city.config().engine;
+  options.engine.mode = travel ? ForecastMode::travel : ForecastMode::arrival;
   Replay replay(
       city.network(), settings,
       [&](PatternIndex pattern, const Grid& grid) { return runs.before(day, pattern, grid); },

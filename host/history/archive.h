@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -57,14 +59,30 @@ class Archive {
   void read_positions(Instant from, Instant to,
                       const std::function<void(const VehiclePosition&)>& take) const;
   std::vector<VehiclePosition> positions(Instant from, Instant to) const;
+  /// When the first position at or after `from` was received; nothing if there is none.
+  std::optional<Instant> next_received(Instant from) const;
+  /// A number that grows with every position received in [from, to) that is added or removed, and
+  /// with those of the quarter hours that `from` and `to` lie in.
+  std::uint64_t position_changes(Instant from, Instant to) const;
   /// Forgets the positions received in [from, to) and returns how many.
   std::size_t remove_positions(Instant from, Instant to);
 
-  /// Adds finished trips; one of the same vehicle and trip replaces the earlier one. They are no
-  /// longer under way. `Progress::pattern` is not kept: indexes change with the network.
+  /// Adds finished trips, as a service tells them; one of the same vehicle and trip replaces the
+  /// earlier one. They are no longer under way. `Progress::pattern` is not kept: indexes change
+  /// with the network.
   void add_runs(std::span<const ArchivedRun> runs);
+  /// Replaces the runs that were followed on a recorded day.
+  void keep_followed(const FollowedDay& followed);
+  /// The recorded days that were followed, with the state that each was given; or notes another
+  /// state for a day whose runs stay.
+  std::map<ServiceDate, std::string> followed_states() const;
+  void note_followed(ServiceDate day, const std::string& state);
+  /// How many runs were followed on a recorded day.
+  std::size_t followed_runs(ServiceDate day) const;
   /// The runs in the order in which they finished (receipt of the last progress; ties: by trip and
-  /// vehicle). Their `Progress::pattern` is 0.
+  /// vehicle). Of one trip of a vehicle only one is read, even if it was followed on two recorded
+  /// days or told by a service too: that of the latest recorded day. Their `Progress::pattern` is
+  /// 0.
   void read_runs(const RunQuery& query, const std::function<void(ArchivedRun&&)>& take) const;
   std::vector<ArchivedRun> runs(const RunQuery& query = {}) const;
   /// Forgets the runs of these days of service, both included, and returns how many.
@@ -92,6 +110,12 @@ class Archive {
   std::vector<SettingsRecord> settings() const;
   /// Forgets all but the latest `keep` and returns how many.
   std::size_t remove_settings(std::size_t keep);
+
+  /// Keeps finished parts of a piece of work that may be interrupted, by their names. `work` names
+  /// all that the result depends on; parts of other work are forgotten.
+  void add_partials(const std::string& work, const std::map<std::string, std::string>& parts);
+  std::map<std::string, std::string> partials(const std::string& work) const;
+  void remove_partials();
 
   /// Notes a timetable; one with the hash of the latest changes nothing.
   void add_timetable(const TimetableRecord& record);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <compare>
 #include <cstdint>
+#include <map>
 #include <numeric>
 #include <optional>
 #include <set>
@@ -212,6 +213,21 @@ Second read_second(Query select, std::int64_t received) {
   return second;
 }
 
+/// Changes are counted by quarter of an hour: every time zone's hours are made of them.
+constexpr std::int64_t quarter_s = 900;
+
+std::int64_t quarter_of(std::int64_t received) {
+  return received / quarter_s - (received % quarter_s < 0 ? 1 : 0);
+}
+
+void note_change(Query note, std::int64_t quarter, std::int64_t changes) {
+  note.with(quarter, changes).run();
+}
+
+constexpr const char* note_change_sql =
+    "INSERT INTO recorded (quarter, changes) VALUES (?, ?)"
+    " ON CONFLICT (quarter) DO UPDATE SET changes = changes + excluded.changes";
+
 }  // namespace
 
 std::size_t Archive::record(std::span<const VehiclePosition> positions) {
@@ -222,6 +238,7 @@ std::size_t Archive::record(std::span<const VehiclePosition> positions) {
   });
   return _impl->write([&] {
     std::size_t added = 0;
+    std::map<std::int64_t, std::int64_t> changes;
     std::optional<Instant> current;
     Second second;
     for (const std::size_t i : by_receipt) {
@@ -239,6 +256,10 @@ std::size_t Archive::record(std::span<const VehiclePosition> positions) {
       bind_row(insert, 3, row);
       insert.run();
       ++added;
+      ++changes[quarter_of(received)];
+    }
+    for (const auto& [quarter, count] : changes) {
+      note_change(_impl->query(note_change_sql), quarter, count);
     }
     return added;
   });
@@ -263,8 +284,34 @@ std::vector<VehiclePosition> Archive::positions(Instant from, Instant to) const 
   return found;
 }
 
+std::optional<Instant> Archive::next_received(Instant from) const {
+  return _impl->read([&]() -> std::optional<Instant> {
+    Query select = _impl->query(
+        "SELECT received FROM position WHERE received >= ? ORDER BY received, serial LIMIT 1");
+    if (!select.with(std::int64_t{unix_seconds(from)}).next()) return std::nullopt;
+    return from_unix_seconds(select.integer(0));
+  });
+}
+
+std::uint64_t Archive::position_changes(Instant from, Instant to) const {
+  return _impl->read([&] {
+    Query select =
+        _impl->query("SELECT total(changes) FROM recorded WHERE quarter >= ? AND quarter <= ?");
+    select.with(quarter_of(unix_seconds(from)), quarter_of(unix_seconds(to) - 1)).next();
+    return static_cast<std::uint64_t>(select.real(0));
+  });
+}
+
 std::size_t Archive::remove_positions(Instant from, Instant to) {
   return _impl->write([&] {
+    _impl
+        ->query(R"sql(
+      INSERT INTO recorded (quarter, changes)
+      SELECT (received - (received % 900 + 900) % 900) / 900, count(*) FROM position
+      WHERE received >= ? AND received < ? GROUP BY 1
+      ON CONFLICT (quarter) DO UPDATE SET changes = changes + excluded.changes)sql")
+        .with(std::int64_t{unix_seconds(from)}, std::int64_t{unix_seconds(to)})
+        .run();
     return _impl->query("DELETE FROM position WHERE received >= ? AND received < ?")
         .with(std::int64_t{unix_seconds(from)}, std::int64_t{unix_seconds(to)})
         .run();

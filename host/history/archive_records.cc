@@ -61,6 +61,32 @@ std::size_t Archive::remove_settings(std::size_t keep) {
   });
 }
 
+void Archive::add_partials(const std::string& work,
+                           const std::map<std::string, std::string>& parts) {
+  _impl->write([&] {
+    _impl->query("DELETE FROM partial WHERE work <> ?").with(work).run();
+    for (const auto& [part, result] : parts) {
+      _impl->query("INSERT OR REPLACE INTO partial (work, part, result) VALUES (?, ?, ?)")
+          .with(work, part, Blob{result})
+          .run();
+    }
+  });
+}
+
+std::map<std::string, std::string> Archive::partials(const std::string& work) const {
+  return _impl->read([&] {
+    std::map<std::string, std::string> parts;
+    Query select = _impl->query("SELECT part, result FROM partial WHERE work = ?");
+    select.with(work);
+    while (select.next()) parts[select.text(0)] = select.text(1);
+    return parts;
+  });
+}
+
+void Archive::remove_partials() {
+  _impl->write([&] { _impl->query("DELETE FROM partial").run(); });
+}
+
 void Archive::add_timetable(const TimetableRecord& record) {
   _impl->write([&] {
     {

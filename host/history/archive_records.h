@@ -19,13 +19,26 @@ namespace qiv {
 struct ArchivedRun {
   TripRun run;
   std::vector<Call> calls;  ///< one for each stop of the pattern; empty: not known
+  /// The recorded day whose positions it was followed on; none for a run that was told by a
+  /// service.
+  std::optional<ServiceDate> followed = std::nullopt;
 };
 
-/// Which runs: those on one pattern, or all; of days of service, both included, or all.
+/// Which runs: those on one pattern, or all; of days of service, both included, or all; without
+/// those that were followed on recorded days after `followed_until`, or all.
 struct RunQuery {
   std::optional<PatternRef> pattern;
   std::optional<ServiceDate> first_day;
   std::optional<ServiceDate> last_day;
+  std::optional<ServiceDate> followed_until = std::nullopt;
+};
+
+/// A recorded day that was followed: its trips, and what they were made from. `state` is the
+/// caller's; it changes when following the day again could find other trips.
+struct FollowedDay {
+  ServiceDate day;
+  std::string state;
+  std::vector<ArchivedRun> runs;  ///< `followed` is not looked at
 };
 
 /// A progress that was accepted for a trip under way.

@@ -114,6 +114,43 @@ constexpr std::array<const char*, archive_version> steps = {
         PRIMARY KEY (under_way, time, offset_m, evidence)
       ) WITHOUT ROWID;
     )sql",
+    R"sql(
+      CREATE TABLE recorded (quarter INTEGER PRIMARY KEY, changes INTEGER NOT NULL);
+      INSERT INTO recorded (quarter, changes)
+        SELECT (received - (received % 900 + 900) % 900) / 900, count(*) FROM position GROUP BY 1;
+
+      CREATE TABLE followed (day INTEGER PRIMARY KEY, state TEXT NOT NULL);
+      DROP INDEX run_by_pattern;
+      DROP INDEX run_by_day;
+      ALTER TABLE run RENAME TO run_of_version_2;
+      CREATE TABLE run (
+        id INTEGER PRIMARY KEY,
+        vehicle INTEGER NOT NULL,
+        trip INTEGER NOT NULL,
+        day INTEGER NOT NULL,
+        start INTEGER NOT NULL,
+        followed INTEGER NOT NULL,
+        pattern INTEGER NOT NULL,
+        finished INTEGER NOT NULL,
+        progress BLOB NOT NULL,
+        calls INTEGER,
+        UNIQUE (trip, day, start, vehicle, followed)
+      );
+      INSERT INTO run (id, vehicle, trip, day, start, followed, pattern, finished, progress, calls)
+        SELECT id, vehicle, trip, day, start, 0, pattern, finished, progress, calls
+        FROM run_of_version_2;
+      DROP TABLE run_of_version_2;
+      CREATE INDEX run_by_pattern ON run (pattern, finished);
+      CREATE INDEX run_by_day ON run (day);
+      CREATE INDEX run_by_followed ON run (followed);
+
+      CREATE TABLE partial (
+        work TEXT NOT NULL,
+        part TEXT NOT NULL,
+        result BLOB NOT NULL,
+        PRIMARY KEY (work, part)
+      ) WITHOUT ROWID;
+    )sql",
 };
 
 }  // namespace

@@ -5,7 +5,7 @@
 namespace qiv {
 
 /// The version of the archive's tables that this program writes (`PRAGMA user_version`).
-inline constexpr int archive_version = 2;
+inline constexpr int archive_version = 3;
 
 /// `PRAGMA application_id` of an archive: "qiva".
 inline constexpr int archive_application_id = 0x71697661;

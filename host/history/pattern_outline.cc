@@ -129,9 +129,8 @@ void add_fix_at(std::vector<Progress>& progress, double offset_m) {
   progress.insert(after, std::move(fix));
 }
 
-double share_of_longer(std::size_t shared, const PatternOutline& a, const PatternOutline& b) {
-  const std::size_t longer = std::max(a.stops.size(), b.stops.size());
-  return longer == 0 ? 0.0 : static_cast<double>(shared) / static_cast<double>(longer);
+double share(std::size_t shared, std::size_t stops) {
+  return stops == 0 ? 0.0 : static_cast<double>(shared) / static_cast<double>(stops);
 }
 
 bool same_service(const PatternOutline& a, const PatternOutline& b) {
@@ -150,14 +149,19 @@ PatternOutline outline(const JourneyPattern& pattern, std::span<const Stop> stop
 }
 
 double kinship(const PatternOutline& a, const PatternOutline& b) {
-  return same_service(a, b) ? share_of_longer(shared_stops(a, b).size(), a, b) : 0.0;
+  if (!same_service(a, b)) return 0.0;
+  return share(shared_stops(a, b).size(), std::max(a.stops.size(), b.stops.size()));
+}
+
+double coverage(const PatternOutline& from, const PatternOutline& to) {
+  return same_service(from, to) ? share(shared_stops(from, to).size(), to.stops.size()) : 0.0;
 }
 
 std::optional<TripRun> reproject(const TripRun& run, const PatternOutline& from,
                                  const PatternOutline& to) {
   if (!same_service(from, to)) return std::nullopt;
   const auto shared = shared_stops(from, to);
-  if (shared.size() < 2 || share_of_longer(shared.size(), from, to) < close_kinship) {
+  if (shared.size() < 2 || share(shared.size(), to.stops.size()) < close_coverage) {
     return std::nullopt;
   }
   const OffsetMap map(from, to, shared);

@@ -36,8 +36,12 @@ PatternOutline outline(const JourneyPattern& pattern, std::span<const Stop> stop
 /// 0 for different routes or directions.
 double kinship(const PatternOutline& a, const PatternOutline& b);
 
-/// The least `kinship` of close relatives.
-inline constexpr double close_kinship = 0.6;
+/// The share of the stops of `to` that `from` calls at too, in order. 0 for different routes or
+/// directions.
+double coverage(const PatternOutline& from, const PatternOutline& to);
+
+/// The least `coverage` by a close relative.
+inline constexpr double close_coverage = 0.6;
 
 /// `run`, which ran on `from`, as if it had run on `to`. The stops that both have, in order, are
 /// held fast, with the two places of each; between them offsets are carried over linearly. What the
@@ -45,7 +49,7 @@ inline constexpr double close_kinship = 0.6;
 /// out, except for the ends of the paths. Evidence at stops that `to` does not have becomes a fix.
 /// `Progress::pattern` is left 0.
 ///
-/// Nothing if the patterns are no close relatives, or if fewer than two reports remain.
+/// Nothing if `from` is no close relative of `to`, or if fewer than two reports remain.
 std::optional<TripRun> reproject(const TripRun& run, const PatternOutline& from,
                                  const PatternOutline& to);
 

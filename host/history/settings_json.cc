@@ -97,7 +97,6 @@ void read(const Member& from, PatternSettings& settings) {
 
 void read(const Member& from, BoundQuantiles& quantiles) {
   from.member("floor_s").read(quantiles.floor_s);
-  from.member("floor_s").read(quantiles.floor_s);
   from.member("q05").read(quantiles.q05);
   from.member("q16").read(quantiles.q16);
   from.member("q84").read(quantiles.q84);
@@ -116,6 +115,10 @@ void read(const Member& from, Calibration& calibration) {
 }
 
 }  // namespace
+
+std::string to_json(const PatternSettings& settings) {
+  return json_of(settings).dump();
+}
 
 std::string to_json(const LearnedSettings& settings) {
   json patterns = json::object();

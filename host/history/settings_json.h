@@ -7,6 +7,9 @@
 
 namespace qiv {
 
+/// The settings of one pattern as a JSON object; numbers come back exactly.
+std::string to_json(const PatternSettings& settings);
+
 /// Learned settings as one JSON object; numbers come back exactly.
 std::string to_json(const LearnedSettings& settings);
 

@@ -182,7 +182,9 @@ std::variant<Trajectory, std::string_view> make_trajectory(const TripRun& run,
       leg_speed_mps(points.rbegin(), points.rend(), rules.end_tolerance_m, rules);
   const auto longest_s = static_cast<double>(rules.longest_trip.count());
 
-  Trajectory trajectory{run.trip, run.vehicle, {}, {}, {}};
+  Trajectory trajectory;
+  trajectory.trip = run.trip;
+  trajectory.vehicle = run.vehicle;
   trajectory.times_s.reserve(milestones_m.size());
   std::size_t next = 0;
   for (const double milestone_m : milestones_m) {

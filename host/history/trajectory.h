@@ -18,6 +18,14 @@ struct Trajectory {
   Instant departed{};        ///< when it left the first stop
   Instant finished{};        ///< when it was known to be complete, by the time of receipt
   std::vector<int> times_s;  ///< for each milestone, seconds after `departed`; never decreasing
+  /// When its own timetable let it leave, seconds of the service day. Not stated: ask the present
+  /// timetable.
+  std::optional<Seconds> scheduled_departure = std::nullopt;
+  /// For each milestone, when its own timetable had it there, seconds after `scheduled_departure`.
+  /// Empty: ask the present timetable.
+  std::vector<int> scheduled_s = {};
+  /// It ran on another pattern that is a close relative.
+  bool lent = false;
 };
 
 struct TrajectoryRules {

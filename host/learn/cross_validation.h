@@ -4,6 +4,8 @@
 #include <map>
 #include <vector>
 
+#include "learn/error_sums.h"
+#include "learn/partial_results.h"
 #include "learn/recorded_days.h"
 #include "model/settings.h"
 
@@ -12,22 +14,22 @@ namespace qiv {
 struct CrossValidationOptions {
   /// The last days before the end of learning serve to choose, those before them as history.
   std::size_t validation_days = 5;
-  /// A setting replaces the default only when its error is smaller by this share ...
-  double least_gain = 0.005;
-  /// ... over at least so many predictions of the pattern; patterns with fewer take what is best
-  /// over all patterns.
+  /// When a setting replaces that which stands: the default, then what is best over all patterns.
+  ChoiceRule rule;
+  /// A pattern with fewer predictions takes what is best over all patterns.
   std::size_t least_predictions = 2000;
   /// Threads to use; the result does not depend on it.
   unsigned threads = 2;
   /// Told the share of the work that is done.
   std::function<void(double share)> on_progress;
+  /// Where the errors of settings that were tried are kept.
+  PartialResults partial;
 };
 
 /// The settings of a pattern that were tried, and their errors.
 struct TriedSettings {
   PatternSettings settings;
-  double mean_mae_s = 0.0;  ///< plain mean of the errors in the buckets of time to the arrival
-  std::size_t predictions = 0;
+  DailyErrors errors;
 };
 
 struct CrossValidationResult {
@@ -36,9 +38,9 @@ struct CrossValidationResult {
   std::map<PatternRef, std::vector<TriedSettings>> tried;
 };
 
-/// Chooses category depth, bandwidth, clock and window for each pattern, one after the other, each
-/// by forecasting the trips of the validation days, after each of their reports, from the trips of
-/// the days before.
+/// Chooses category depth, clock, bandwidth, window and milestone spacing for each pattern, one
+/// after the other around the best of those before, each by forecasting the trips of the validation
+/// days, after each of their reports, from the trips of the days before. docs/learning.md says how.
 CrossValidationResult cross_validate(const Network& network, const RecordedRuns& runs,
                                      ServiceDate learned_until,
                                      const CrossValidationOptions& options = {});

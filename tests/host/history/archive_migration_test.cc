@@ -47,7 +47,7 @@ class ArchiveMigrationTest : public testing::Test {
 
 TEST_F(ArchiveMigrationTest, KeepsAllThatTheOldFileHeld) {
   const Archive archive(file);
-  EXPECT_EQ(archive.summary().version, 2);
+  EXPECT_EQ(archive.summary().version, 3);
 
   const auto positions = archive.positions(Instant::min(), Instant::max());
   ASSERT_THAT(positions, SizeIs(2));
@@ -87,6 +87,38 @@ TEST_F(ArchiveMigrationTest, MakesTheTablesOfANewFile) {
   Archive{file};
   Archive{folder / "new.sqlite"};
   EXPECT_EQ(schema(file), schema(folder / "new.sqlite"));
+}
+
+/// data/archive-v2.sqlite was written in version 2: three positions, a run with its calls, a trip
+/// under way, an outline, settings and a timetable.
+TEST_F(ArchiveMigrationTest, KeepsAllThatAFileOfVersionTwoHeld) {
+  std::filesystem::copy_file(QIV_HISTORY_TEST_DIR "/data/archive-v2.sqlite", folder / "two.sqlite");
+  std::filesystem::permissions(folder / "two.sqlite", std::filesystem::perms(0644));
+  Archive archive(folder / "two.sqlite");
+  EXPECT_EQ(archive.summary().version, 3);
+  EXPECT_THAT(archive.positions(Instant::min(), Instant::max()), SizeIs(3));
+  EXPECT_EQ(archive.position_changes(at("08:00:00"), at("08:15:00")), 1U);
+  EXPECT_EQ(archive.position_changes(at("08:00:00"), at("08:30:00")), 2U);
+  EXPECT_EQ(archive.position_changes(Instant(Seconds(-900)), Instant()), 1U) << "before 1970";
+  EXPECT_EQ(archive.position_changes(Instant(), Instant(Seconds(900))), 0U);
+
+  const auto runs = archive.runs({PatternRef("DART/1"), {}, {}});
+  ASSERT_THAT(runs, SizeIs(1));
+  EXPECT_EQ(runs[0].run, run_of("E918", "E918-0800", "DART/1", R"(
+    08:00:00 departs 0
+    08:01:00 at 512.123456789
+    08:03:10 arrives 1000)"));
+  ASSERT_THAT(runs[0].calls, SizeIs(2));
+  EXPECT_EQ(runs[0].calls[1].arrival, Seconds(29000));
+  EXPECT_EQ(runs[0].followed, std::nullopt);
+  EXPECT_THAT(archive.followed_states(), IsEmpty());
+  ASSERT_THAT(archive.under_way(), SizeIs(1));
+  EXPECT_THAT(archive.under_way()[0].progress, SizeIs(1));
+  EXPECT_THAT(archive.pattern(PatternRef("DART/1"))->stops, SizeIs(2));
+  EXPECT_EQ(archive.latest_settings()->settings.fallback.window, 77U);
+  EXPECT_EQ(archive.timetables().front().hash, "aa");
+  Archive{folder / "new.sqlite"};
+  EXPECT_EQ(schema(folder / "two.sqlite"), schema(folder / "new.sqlite"));
 }
 
 TEST_F(ArchiveMigrationTest, KnowsWhatTheOldFileHeld) {

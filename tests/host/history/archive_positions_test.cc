@@ -208,5 +208,28 @@ RC_GTEST_PROP(ArchivePositionsProperty, RecordingInPiecesIsRecordingAtOnce, ()) 
   for (std::size_t i = 0; i < expected.size(); ++i) RC_ASSERT(same(expected[i], actual[i]));
 }
 
+TEST_F(ArchivePositionsTest, FindsTheNextOneReceived) {
+  EXPECT_EQ(archive.next_received(Instant::min()), std::nullopt);
+  archive.record(std::vector{position("08:00:00", "a"), position("09:00:00", "b")});
+  EXPECT_EQ(archive.next_received(Instant::min()), at("08:00:00"));
+  EXPECT_EQ(archive.next_received(at("08:00:00")), at("08:00:00"));
+  EXPECT_EQ(archive.next_received(at("08:00:01")), at("09:00:00"));
+  EXPECT_EQ(archive.next_received(at("09:00:01")), std::nullopt);
+}
+
+TEST_F(ArchivePositionsTest, CountsChangesByQuartersOfAnHour) {
+  const auto morning = [&] { return archive.position_changes(at("08:00:00"), at("08:30:00")); };
+  EXPECT_EQ(morning(), 0U);
+  archive.record(std::vector{position("08:00:00", "a"), position("08:29:59", "b"),
+                             position("08:30:00", "c"), position("07:59:59", "d")});
+  EXPECT_EQ(morning(), 2U);
+  archive.record(std::vector{position("08:00:00", "a")});
+  EXPECT_EQ(morning(), 2U) << "known already";
+  archive.remove_positions(at("08:00:00"), at("08:15:00"));
+  EXPECT_EQ(morning(), 3U);
+  archive.record(std::vector{position("08:00:00", "a")});
+  EXPECT_EQ(morning(), 4U) << "never as before";
+}
+
 }  // namespace
 }  // namespace qiv

@@ -91,6 +91,21 @@ TEST_F(ArchiveRecordsTest, KeepsPatterns) {
   EXPECT_EQ(archive.pattern(PatternRef("Z")), std::nullopt);
 }
 
+TEST_F(ArchiveRecordsTest, KeepsFinishedPartsOfOneWork) {
+  using Parts = std::map<std::string, std::string>;
+  const std::string bytes("a\0b", 3);
+  archive.add_partials("first", {{"one", bytes}, {"two", ""}});
+  archive.add_partials("first", {{"three", "3"}, {"two", "2"}});
+  EXPECT_EQ(archive.partials("first"), (Parts{{"one", bytes}, {"three", "3"}, {"two", "2"}}));
+  EXPECT_THAT(archive.partials("second"), IsEmpty());
+
+  archive.add_partials("second", {{"one", "1"}});
+  EXPECT_THAT(archive.partials("first"), IsEmpty()) << "stale";
+  EXPECT_EQ(archive.partials("second"), (Parts{{"one", "1"}}));
+  archive.remove_partials();
+  EXPECT_THAT(archive.partials("second"), IsEmpty());
+}
+
 TEST_F(ArchiveRecordsTest, WritesTogetherOrNotAtAll) {
   EXPECT_THROW(archive.together([&] {
     archive.add_timetable({"spring.zip", "aa", at("08:00:00")});
@@ -118,7 +133,7 @@ TEST_F(ArchiveRecordsTest, WritesTogetherOrNotAtAll) {
 
 TEST_F(ArchiveRecordsTest, SumsUpWhatItHolds) {
   const ArchiveSummary empty = archive.summary();
-  EXPECT_EQ(empty.version, 2);
+  EXPECT_EQ(empty.version, 3);
   EXPECT_EQ(empty.positions, 0U);
   EXPECT_EQ(empty.first_received, std::nullopt);
   EXPECT_EQ(empty.first_day, std::nullopt);

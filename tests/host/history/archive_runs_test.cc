@@ -171,5 +171,41 @@ TEST_F(ArchiveRunsTest, CorrectsAndDropsTripsUnderWay) {
   EXPECT_THAT(archive.under_way(), ElementsAre(right));
 }
 
+TEST_F(ArchiveRunsTest, KeepsWhatARecordedDayWasFollowedTo) {
+  const ServiceDate next = sample_day + days(1);
+  archive.keep_followed({sample_day, "s1", {finished_at("08:00:00", "a", "P")}});
+  archive.keep_followed({next, "s2", {finished_at("09:00:00", "b", "P", next)}});
+  EXPECT_THAT(trips(archive.runs()), ElementsAre("a", "b"));
+  EXPECT_EQ(archive.runs()[0].followed, sample_day);
+  EXPECT_EQ(archive.followed_runs(next), 1U);
+  using States = std::map<ServiceDate, std::string>;
+  EXPECT_EQ(archive.followed_states(), (States{{sample_day, "s1"}, {next, "s2"}}));
+
+  archive.keep_followed({next, "s3", {finished_at("09:30:00", "c", "P", next)}});
+  EXPECT_THAT(trips(archive.runs()), ElementsAre("a", "c")) << "b is replaced";
+  archive.note_followed(sample_day, "s4");
+  EXPECT_EQ(archive.followed_states(), (States{{sample_day, "s4"}, {next, "s3"}}));
+  EXPECT_THAT(trips(archive.runs()), ElementsAre("a", "c"));
+}
+
+TEST_F(ArchiveRunsTest, OfARunThatWasFollowedTwiceReadsTheLatest) {
+  const auto followed_until = [](ServiceDate day) {
+    return RunQuery{std::nullopt, std::nullopt, std::nullopt, day};
+  };
+  const ServiceDate next = sample_day + days(1);
+  archive.add_runs(std::vector{finished_at("23:00:00", "night", "P")});
+  archive.keep_followed({sample_day, "", {finished_at("23:10:00", "night", "P")}});
+  archive.keep_followed({next, "", {finished_at("23:20:00", "night", "P")}});
+  const auto time_of = [&](ServiceDate until) {
+    const auto runs = archive.runs(followed_until(until));
+    EXPECT_THAT(runs, SizeIs(1));
+    return runs.at(0).run.progress.at(0).time;
+  };
+  EXPECT_EQ(time_of(sample_day - days(1)), samples::at("23:00:00")) << "told by a service";
+  EXPECT_EQ(time_of(sample_day), samples::at("23:10:00"));
+  EXPECT_EQ(time_of(next), samples::at("23:20:00"));
+  EXPECT_THAT(archive.runs({PatternRef("P"), {}, {}}), SizeIs(1));
+}
+
 }  // namespace
 }  // namespace qiv

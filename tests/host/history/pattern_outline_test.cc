@@ -57,6 +57,31 @@ TEST(KinshipTest, IsNoneBetweenRoutesAndDirections) {
   EXPECT_EQ(kinship(plain, other), 0.0);
 }
 
+TEST(CoverageTest, IsTheShareOfTheStopsThatTheOtherHas) {
+  const PatternOutline middle = outline_of("middle", "B 0, C 1000");
+  EXPECT_EQ(coverage(plain, middle), 1.0) << "a short working";
+  EXPECT_EQ(coverage(middle, plain), 0.5);
+  EXPECT_EQ(kinship(plain, middle), 0.5);
+  PatternOutline other = plain;
+  other.direction = 1;
+  EXPECT_EQ(coverage(plain, other), 0.0);
+}
+
+TEST(ReprojectTest, AShortWorkingNeedsOnlyItsOwnStops) {
+  const auto moved = reproject(run_of("V", "T", "plain", R"(
+    08:00:00 departs 0
+    08:02:00 arrives 1000
+    08:02:30 departs 1000
+    08:05:00 arrives 2000
+    08:08:00 arrives 3000)"),
+                               plain, outline_of("middle", "B 0, C 1000"));
+  ASSERT_TRUE(moved);
+  EXPECT_EQ(*moved, run_of("V", "T", "middle", R"(
+    08:02:00 arrives 0
+    08:02:30 departs 0
+    08:05:00 arrives 1000)"));
+}
+
 TEST(ReprojectTest, CarriesStationEventsOverExactly) {
   const PatternOutline longer = outline_of("longer", "A 0, B 1100, C 2500, D 3600");
   const auto moved = reproject(run_of("V", "T", "plain", R"(
