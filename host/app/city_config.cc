@@ -175,7 +175,7 @@ CityConfig read_city_config(const std::filesystem::path& file) {
       config.name = node.as_string()->get();
     } else if (key == "timetable" && node.is_string()) {
       config.timetable = node.as_string()->get();
-    } else {
+    } else if (key != "serve" && key != "source" && key != "timetable_source") {
       reject(file, node, "there is no key '" + key + "' of this kind: remove it");
     }
   }

@@ -22,6 +22,7 @@ const char* const description =
     "  qiv record dublin positions-*.csv.gz\n"
     "  qiv learn dublin --until 2025-10-02\n"
     "  qiv evaluate dublin --from 2025-10-03 --to 2025-10-09 --html report.html\n"
+    "  qiv serve dublin\n"
     "  qiv explain dublin --trip E801-0652-CNLLY-MHIDE --at 2025-10-07T07:00:00\n"
     "\n"
     "Exit codes: 0 done; 1 the work could not go on; 2 the command line or the configuration is\n"
@@ -33,6 +34,11 @@ const char* const evaluate_examples =
     "  qiv evaluate dublin --from 2025-10-07 --to 2025-10-07 --json scores.json --html "
     "report.html\n"
     "  qiv evaluate dublin --from 2025-10-07 --to 2025-10-07 --against present=recorded-updates";
+
+const char* const serve_examples =
+    "Examples:\n"
+    "  qiv serve dublin\n"
+    "  qiv serve dublin --day 2025-10-07 --from 07:30:00 --speed 20";
 
 std::string log_level;
 
@@ -143,6 +149,25 @@ void add_explain(CLI::App& app) {
   on_command(sub, arguments, run_explain);
 }
 
+void add_serve(CLI::App& app) {
+  static ServeArguments arguments;
+  CLI::App* const sub =
+      command(app, "serve", "Run the live service: positions in, predictions and a page out",
+              arguments.city);
+  sub->add_option("--address", arguments.address, "Interface to listen on (default: city.toml's)");
+  sub->add_option("--port", arguments.port, "Port; 0 is any that is free (default: city.toml's)")
+      ->check(CLI::Range(0, 65535));
+  sub->add_option("--day", arguments.day, "Show this recorded day instead, YYYY-MM-DD");
+  sub->add_option("--from", arguments.from, "Show the recorded day from this time on, HH:MM:SS");
+  sub->add_option("--speed", arguments.speed,
+                  "Let the recorded day move so many times as fast; 0: as fast as it goes")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  sub->add_flag("--until-end", arguments.until_end, "End with the recorded day");
+  sub->footer(serve_examples);
+  on_command(sub, arguments, run_serve);
+}
+
 void add_inspect(CLI::App& app) {
   static InspectArguments arguments;
   CLI::App* const sub = command(
@@ -163,6 +188,7 @@ int main(int argc, char** argv) {
   add_replay(app);
   add_evaluate(app);
   add_explain(app);
+  add_serve(app);
   add_inspect(app);
   try {
     app.parse(argc, argv);

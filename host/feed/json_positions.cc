@@ -89,8 +89,8 @@ class Message {
 void collect(const json& value, const JsonFields& fields, const PositionOptions& options,
              PositionCollector& collector) {
   const auto quote = [&] {
-    return options.name + ": " + value.dump(-1, ' ', false, json::error_handler_t::replace)
-                                     .substr(0, 200);
+    return options.name + ": " +
+           value.dump(-1, ' ', false, json::error_handler_t::replace).substr(0, 200);
   };
   if (!value.is_object() && !value.is_array()) {
     collector.reject("position is no object", quote);

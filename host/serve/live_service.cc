@@ -145,27 +145,37 @@ void LiveService::run(std::stop_token stop, const Clock& clock) {
 }
 
 void LiveService::run_recorded(std::stop_token stop, const std::vector<VehiclePosition>& positions,
-                               double speed) {
+                               const RecordedPace& pace) {
   if (positions.empty()) return;
-  const Seconds step = recorded_step(speed, _options.cycle, _options.scores.interval);
+  const Seconds step = recorded_step(pace.speed, _options.cycle, _options.scores.interval);
   const Instant first = positions.front().received;
-  const auto began = Steady::now();
+  const Instant shown_from = std::max(first, pace.shown_from);
+  auto began = Steady::now();
   auto position = positions.begin();
   for (Instant now = first; now < positions.back().received && !stop.stop_requested();
-       now += step) {
+       now += now < shown_from ? _options.scores.interval : step) {
     for (; position != positions.end() && position->received <= now; ++position) take(*position);
     _last = now;
     work_off(now);
     cycle(now);
-    if (speed <= 0.0) continue;
-    const std::chrono::duration<double> due(static_cast<double>((now - first).count()) / speed);
+    if (now < shown_from) began = Steady::now();
+    if (now < shown_from || pace.speed <= 0.0) continue;
+    const std::chrono::duration<double> due(static_cast<double>((now - shown_from).count()) /
+                                            pace.speed);
     wait_for_cycle(stop, began + std::chrono::duration_cast<Steady::duration>(due),
                    [now] { return now; });
   }
   if (stop.stop_requested()) return;
   for (; position != positions.end(); ++position) take(*position);
+  _last = positions.back().received;
   _scores.finish(_city.network());
-  cycle(positions.back().received);
+  cycle(_last);
+}
+
+void LiveService::stand_still(std::stop_token stop) {
+  while (!stop.stop_requested()) {
+    wait_for_cycle(stop, Steady::now() + std::chrono::hours(1), [this] { return _last; });
+  }
 }
 
 }  // namespace qiv

@@ -26,6 +26,12 @@ struct ServiceOptions {
   LiveScoreOptions scores;
 };
 
+/// How fast a recorded day moves.
+struct RecordedPace {
+  double speed = 0.0;                   ///< times as fast as it was recorded; 0: as fast as it goes
+  Instant shown_from = Instant::min();  ///< until here it goes as fast as it can, unseen
+};
+
 /// Takes what the service shows once a cycle.
 using Publish = std::function<void(std::shared_ptr<const Snapshot> snapshot)>;
 
@@ -43,11 +49,13 @@ class LiveService {
   /// Runs until it is asked to stop. Everything that was taken is stored then.
   void run(std::stop_token stop, const Clock& clock);
 
-  /// Shows recorded positions, in order of receipt, as if they came now, `speed` times as fast as
-  /// they came then; 0: as fast as it goes. Returns when they have come to their end, or when it is
-  /// asked to stop. Sources are not run.
+  /// Shows recorded positions, in order of receipt, as if they came now. Returns when they have
+  /// come to their end, or when it is asked to stop. Sources are not run.
   void run_recorded(std::stop_token stop, const std::vector<VehiclePosition>& positions,
-                    double speed);
+                    const RecordedPace& pace);
+
+  /// Answers questions, and shows nothing new, until it is asked to stop.
+  void stand_still(std::stop_token stop);
 
   /// Has `job` done by the engine's thread before its next cycle, for questions and changes that
   /// need the city. May be called by any thread.

@@ -95,11 +95,10 @@ void FeedMonitor::note_times(Instant now, const PositionBatch& batch) {
     _header_came = now;
   }
   if (batch.positions.empty()) return;
-  _view.newest_entity_time = std::max_element(batch.positions.begin(), batch.positions.end(),
-                                              [](const auto& a, const auto& b) {
-                                                return a.time < b.time;
-                                              })
-                                 ->time;
+  _view.newest_entity_time =
+      std::max_element(batch.positions.begin(), batch.positions.end(),
+                       [](const auto& a, const auto& b) { return a.time < b.time; })
+          ->time;
 }
 
 SourceView FeedMonitor::view(Instant now) const {

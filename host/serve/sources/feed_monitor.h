@@ -49,7 +49,7 @@ class FeedMonitor {
   mutable std::mutex _mutex;
   SourceView _view;
   std::optional<std::size_t> _last_content;  ///< hash of the last, if it was of use
-  std::optional<Instant> _header_came;  ///< when the last header's time was received
+  std::optional<Instant> _header_came;       ///< when the last header's time was received
   bool _failing = false;
   std::string _failure;
   bool _is_empty = false;

@@ -15,7 +15,7 @@ struct FetchRequest {
   std::string etag;                  ///< of what is there already; empty: none
   std::string last_modified;         ///< the same
   std::chrono::milliseconds connect_timeout{10'000};
-  std::chrono::milliseconds timeout{30'000};  ///< for the whole answer
+  std::chrono::milliseconds timeout{30'000};            ///< for the whole answer
   std::uint64_t most_bytes = std::uint64_t{32} << 20U;  ///< unpacked
 };
 

@@ -44,11 +44,10 @@ struct MqttSource::Connection {
     mosquitto_message_callback_set(
         client.get(), [](mosquitto*, void* self, const mosquitto_message* message) {
           auto& connection = *static_cast<Connection*>(self);
-          connection.source.take_message(
-              message->topic,
-              {static_cast<const char*>(message->payload),
-               static_cast<std::size_t>(message->payloadlen)},
-              connection.take);
+          connection.source.take_message(message->topic,
+                                         {static_cast<const char*>(message->payload),
+                                          static_cast<std::size_t>(message->payloadlen)},
+                                         connection.take);
         });
   }
 
@@ -94,9 +93,7 @@ struct MqttSource::Connection {
 };
 
 MqttSource::MqttSource(MqttSourceOptions options, Clock clock)
-    : _options(std::move(options)),
-      _clock(std::move(clock)),
-      _monitor(monitor_options(_options)) {}
+    : _options(std::move(options)), _clock(std::move(clock)), _monitor(monitor_options(_options)) {}
 
 void MqttSource::run(std::stop_token stop, const TakePositions& take) {
   initialize_once();

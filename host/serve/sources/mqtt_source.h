@@ -18,8 +18,8 @@ struct MqttSourceOptions {
   int port = 1883;
   std::string user;  ///< empty: none
   std::string password;
-  bool tls = false;         ///< with the certificates that the system trusts
-  std::string ca_file;      ///< instead of those of the system; empty: none
+  bool tls = false;                 ///< with the certificates that the system trusts
+  std::string ca_file;              ///< instead of those of the system; empty: none
   std::vector<std::string> topics;  ///< filters
   int qos = 1;
   /// How a JSON payload is read; without it the payload is a GTFS-realtime message.

@@ -23,9 +23,7 @@ FeedMonitorOptions monitor_options(const PolledSourceOptions& options) {
 }  // namespace
 
 PolledSource::PolledSource(PolledSourceOptions options, Clock clock)
-    : _options(std::move(options)),
-      _clock(std::move(clock)),
-      _monitor(monitor_options(_options)) {}
+    : _options(std::move(options)), _clock(std::move(clock)), _monitor(monitor_options(_options)) {}
 
 void PolledSource::run(std::stop_token stop, const TakePositions& take) {
   BackOff back_off(_options.interval, _options.longest_wait,

@@ -31,7 +31,8 @@ PositionBatch read(const std::string& text, const JsonFields& fields = nested) {
 }
 
 TEST(JsonPositionsTest, ReadsFieldsWhereTheyAreSaidToBe) {
-  const PositionBatch batch = read(R"({"VP": {"veh": 1203, "trip": "T9", "lat": 60.17, "long": 24.94,
+  const PositionBatch batch =
+      read(R"({"VP": {"veh": 1203, "trip": "T9", "lat": 60.17, "long": 24.94,
       "tst": "2025-10-09T08:53:10.123Z", "hdg": 90, "spd": "12.5", "oday": "2025-10-09",
       "dir": "1", "stop": "S1", "state": "STOPPED_AT"}})");
   ASSERT_EQ(batch.positions.size(), 1U);
@@ -86,9 +87,9 @@ TEST(JsonPositionsTest, WhatCannotBeReadIsOneRejection) {
   EXPECT_EQ(read("{}", list).rejections.count("message has no list of positions"), 1U);
   PositionOptions small;
   small.max_snapshot_bytes = 10;
-  EXPECT_EQ(read_json_positions("[1,2,3,4,5,6]", nested, small).rejections.count(
-                "message too large"),
-            1U);
+  EXPECT_EQ(
+      read_json_positions("[1,2,3,4,5,6]", nested, small).rejections.count("message too large"),
+      1U);
 }
 
 TEST(JsonPositionsTest, SaysWhatIsWrongWithTheFields) {

@@ -34,8 +34,8 @@ class OneAnswer : public Source {
  public:
   explicit OneAnswer(std::vector<VehiclePosition> positions) : _positions(std::move(positions)) {}
 
-  void run(std::stop_token stop, const PositionSink& sink) override {
-    sink(std::vector(_positions));
+  void run(std::stop_token stop, const TakePositions& take) override {
+    take(std::vector(_positions));
     std::mutex mutex;
     std::unique_lock lock(mutex);
     std::condition_variable_any never;
@@ -90,12 +90,11 @@ TEST_F(LiveServiceTest, ScoresARecordedDayAsTheEvaluationDoes) {
   LiveCity city = line.city(city_options);
   LiveService service(city, {}, published.publish());
   const std::vector<VehiclePosition> positions = recorded_morning();
-  service.run_recorded({}, positions, 0.0);
+  service.run_recorded({}, positions, {});
 
   Evaluation evaluation(*line.network, line.settings);
-  evaluation.add_day(testing::monday, positions, [](PatternIndex, const Grid&) {
-    return std::vector<Trajectory>();
-  });
+  evaluation.add_day(testing::monday, positions,
+                     [](PatternIndex, const Grid&) { return std::vector<Trajectory>(); });
   const Scorecard card = evaluation.scorecard();
   const LiveScore live = service.scores().scores().back();
   EXPECT_EQ(live.span, Seconds(0));
@@ -119,7 +118,7 @@ TEST_F(LiveServiceTest, ARecordedDayIsShownInStepsOfTheDisplay) {
   city_options.records = false;
   LiveCity city = line.city(city_options);
   LiveService service(city, {}, published.publish());
-  service.run_recorded({}, recorded_morning(), 0.0);
+  service.run_recorded({}, recorded_morning(), {});
   const auto all = published.all();
   ASSERT_EQ(all.size(), 119U * 2 + 1);
   EXPECT_EQ(all[1]->now - all[0]->now, Seconds(30));
@@ -135,9 +134,8 @@ TEST_F(LiveServiceTest, TakesWhatItsSourcesHandOver) {
   options.city = "Line";
   options.cycle = std::chrono::milliseconds(5);
   LiveService service(city, std::move(sources), published.publish(), options);
-  std::jthread engine([&](std::stop_token stop) {
-    service.run(std::move(stop), [] { return at("08:01:02"); });
-  });
+  std::jthread engine(
+      [&](std::stop_token stop) { service.run(std::move(stop), [] { return at("08:01:02"); }); });
   const auto shown = published.wait_for([](const Snapshot& s) { return !s.vehicles.empty(); });
   ASSERT_TRUE(shown);
   ASSERT_EQ(shown->vehicles.size(), 1U);
@@ -155,9 +153,8 @@ TEST_F(LiveServiceTest, DoesJobsBetweenItsCycles) {
   ServiceOptions options;
   options.cycle = std::chrono::hours(1);
   LiveService service(city, {}, published.publish(), options);
-  std::jthread engine([&](std::stop_token stop) {
-    service.run(std::move(stop), [] { return at("08:01:02"); });
-  });
+  std::jthread engine(
+      [&](std::stop_token stop) { service.run(std::move(stop), [] { return at("08:01:02"); }); });
   std::promise<Instant> done;
   service.post([&](LiveCity& of, Instant now) {
     EXPECT_EQ(&of, &city);
@@ -172,9 +169,8 @@ TEST_F(LiveServiceTest, TellsWhyItIsNotReady) {
   options.cycle = std::chrono::milliseconds(5);
   LiveService service(city, {}, published.publish(), options);
   service.set_not_ready("the timetable is being read");
-  std::jthread engine([&](std::stop_token stop) {
-    service.run(std::move(stop), [] { return at("08:01:02"); });
-  });
+  std::jthread engine(
+      [&](std::stop_token stop) { service.run(std::move(stop), [] { return at("08:01:02"); }); });
   EXPECT_EQ(published.wait_for([](const Snapshot&) { return true; })->not_ready,
             "the timetable is being read");
   service.set_not_ready("");

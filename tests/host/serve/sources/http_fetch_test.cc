@@ -11,8 +11,8 @@
 namespace qiv {
 namespace {
 
-using testing::ScriptedServer;
 using ::testing::HasSubstr;
+using testing::ScriptedServer;
 using namespace std::chrono_literals;
 
 FetchRequest request_to(const ScriptedServer& server) {
@@ -95,7 +95,8 @@ TEST(HttpFetchTest, AnEndlessBodyIsCutOff) {
 
 TEST(HttpFetchTest, SaysWhatWentWrong) {
   EXPECT_THAT(fetch_from(ScriptedServer::answer("no", "", "500 Oops")).error, HasSubstr("500"));
-  EXPECT_THAT(fetch_from(ScriptedServer::answer("", "", "403 No")).error, HasSubstr("check the key"));
+  EXPECT_THAT(fetch_from(ScriptedServer::answer("", "", "403 No")).error,
+              HasSubstr("check the key"));
   EXPECT_THAT(fetch_from(ScriptedServer::answer("", "", "404 No")).error,
               HasSubstr("check the address"));
   EXPECT_FALSE(fetch_from("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nshort").ok);

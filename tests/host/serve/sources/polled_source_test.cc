@@ -12,10 +12,10 @@ namespace qiv {
 namespace {
 
 using testing::at;
+using ::testing::HasSubstr;
 using testing::message_with;
 using testing::ScriptedServer;
 using testing::SourceRun;
-using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 
 constexpr const char* siri =
@@ -77,9 +77,8 @@ TEST(PolledSourceTest, AsksForChangesOnly) {
 }
 
 TEST(PolledSourceTest, ReadsSiri) {
-  ScriptedServer server([&](const std::string&, const auto& send) {
-    send(ScriptedServer::answer(siri));
-  });
+  ScriptedServer server(
+      [&](const std::string&, const auto& send) { send(ScriptedServer::answer(siri)); });
   PolledSourceOptions options = options_for(server);
   options.format = PositionFormat::siri_vm;
   options.strip_prefixes = {"A_"};

@@ -12,9 +12,9 @@
 namespace qiv {
 namespace {
 
+using ::testing::HasSubstr;
 using testing::ScriptedServer;
 using testing::SourceRun;
-using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 
 class TimetableSourceTest : public ::testing::Test {
@@ -32,7 +32,8 @@ class TimetableSourceTest : public ::testing::Test {
     table("routes.txt", "route_id,agency_id,route_short_name,route_type\nr,a,1,3\n");
     table("calendar.txt",
           "service_id,monday,tuesday,wednesday,thursday,friday,saturday,sunday,start_date,end_date"
-          "\nd,1,1,1,1,1,1,1,20250101," + last + "\n");
+          "\nd,1,1,1,1,1,1,1,20250101," +
+              last + "\n");
     table("trips.txt", "route_id,service_id,trip_id\nr,d,t\n");
     table("stop_times.txt",
           "trip_id,arrival_time,departure_time,stop_id,stop_sequence\n"
