@@ -436,4 +436,14 @@ TEST_F(KernelRegressionTest, EmptyHistoryLeavesTheKernelAlone) {
   EXPECT_EQ(kernel.normalize(1.0), 0.25);
 }
 
+TEST_F(KernelRegressionTest, KernelOfARouteWithoutMilestonesTakesEveryTimeForZero) {
+  read_history({{0, 100}, {0, 300}});
+  report(50.0, 1000);
+  vehicle.set_start_time(1000);
+  Kernel kernel(2, 0.0);
+  method(1.0).compute_kernel(kernel, &vehicle, &history, 0);
+  EXPECT_EQ(kernel[0], 1.0);
+  EXPECT_EQ(kernel[1], 1.0);
+}
+
 }  // namespace

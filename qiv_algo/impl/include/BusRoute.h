@@ -103,6 +103,8 @@ class QIV_ALGO_API BusRoute {
   double get_offset(unsigned int index) const;
 
  private:
+  friend class MilestoneWalk;
+
   const Journey& _journey;
   std::deque<BusStopLocation> _bus_stop;
   std::deque<double> _interpolation;

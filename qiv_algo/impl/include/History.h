@@ -1,6 +1,7 @@
 #ifndef QIV_HISTORY_H
 #define QIV_HISTORY_H
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -53,9 +54,19 @@ class QIV_ALGO_API History {
   double interpolate(unsigned int k, unsigned int index, double linear) const;
 
  private:
+  friend class TileReader;
+
+  QIV_ALGO_LOCAL void add_tile(std::size_t length);
+  QIV_ALGO_LOCAL void keep_tiles(bool fits, unsigned int changed);
+
   std::deque<std::vector<int> > _history;
   unsigned int _max_size;
   Replace _strategy;
+
+  // The same times milestone by milestone, for sums over many trajectories at once: tiles of eight
+  // trajectories, each a row of zeros and then a row for each milestone. None when trajectories
+  // differ in length.
+  std::vector<int> _tiles;
 };
 
 /// The trajectories of one journey: one `History` for each category, made when the category's first

@@ -213,6 +213,7 @@ class QIV_ALGO_API AllJourneys {
 
  private:
   Journey* operator[](const std::string& journeyPatternRef);
+  QIV_ALGO_LOCAL Journey* find(const std::string& journeyPatternRef) const;
 
   std::string _forecast_method;
   std::vector<std::string> _string_parameter;
@@ -225,6 +226,9 @@ class QIV_ALGO_API AllJourneys {
   // For each vehicle the journey that its last unclaimed report went to. No other can hold it:
   // every other one has released it before. The journey may have lost it since.
   std::unordered_map<std::string, Journey*> _last_journey;
+
+  // The journeys once more, to be found without a walk down the ordered map.
+  std::unordered_map<std::string, Journey*> _journey_by_reference;
 };
 
 QIV_CONTRACT_END

@@ -70,6 +70,14 @@ class QIV_ALGO_API KernelRegression : public ForecastAlgorithm {
                            unsigned int j, const Kernel& kernel);
 
   double _bandwidth;
+
+ private:
+  /// The rows of the stops, or legs, from `first` to `last` - 1.
+  QIV_ALGO_LOCAL void compute_arrival_times(const Vehicle* vehicle, const History* history,
+                                            unsigned int first, unsigned int last,
+                                            const Kernel& kernel);
+  QIV_ALGO_LOCAL void compute_travel_times(const History* history, unsigned int first,
+                                           unsigned int last, const Kernel& kernel);
 };
 
 #endif  // QIV_KERNEL_REGRESSION_H

@@ -115,7 +115,7 @@ void ForecastAlgorithm::forecast_arrival_times(const Vehicle*, const History*, c
 void ForecastAlgorithm::forecast_travel_times(const Vehicle*, const History*, category_t) {}
 
 long long ForecastAlgorithm::round(double x) {
-  return truncate(std::floor(x + 0.5));
+  return floor_to_integer(x + 0.5);
 }
 
 // The time at which the vehicle passed `offset`, not rounded; the search goes on from update

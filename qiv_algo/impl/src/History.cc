@@ -3,12 +3,27 @@
 
 #include "History.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
+#include "lanes.h"
+
+using lanes::first_cell;
+using lanes::tile_cells;
+using lanes::tile_width;
+
+namespace {
+
+double between(double prior, double item, double linear) {
+  return product(item - prior, linear) + prior;
+}
+
+}  // namespace
+
 History::History(unsigned int max_size, Replace strategy)
-    : _history(), _max_size(max_size), _strategy(strategy) {}
+    : _history(), _max_size(max_size), _strategy(strategy), _tiles() {}
 
 unsigned int History::size() const {
   return static_cast<unsigned int>(_history.size());
@@ -31,26 +46,57 @@ bool History::is_compatible(unsigned int length) const {
 
 void History::push_back(const std::vector<int>& trajectory) {
   if (_max_size == 0) return;
+  if (_history.empty()) _tiles.clear();
+  const bool fits = _history.empty() || (!_tiles.empty() && trajectory.size() == length());
   if (size() < _max_size) {
+    if (fits && size() % tile_width == 0) add_tile(trajectory.size());
     _history.push_back(trajectory);
+    keep_tiles(fits, size() - 1);
     return;
   }
   // The ring starts anew with every call: always the slot after the first.
   const unsigned int index =
       _strategy == random ? static_cast<unsigned int>(std::rand()) % _max_size : 1 % _max_size;
   _history[index] = trajectory;
+  keep_tiles(fits, index);
+}
+
+// A tile that is there already was made for a trajectory which then found no memory. Memory is
+// asked for an eighth more than needed, but for no more than the capacity takes.
+void History::add_tile(std::size_t length) {
+  const std::size_t cells = tile_cells(length);
+  const std::size_t nb_tiles = size() / tile_width + 1;
+  if (_tiles.size() >= nb_tiles * cells) return;
+  if (_tiles.capacity() < nb_tiles * cells) {
+    const std::size_t most = (_max_size - 1) / tile_width + 1;
+    _tiles.reserve(std::min(nb_tiles + nb_tiles / 8, most) * cells);
+  }
+  _tiles.resize(nb_tiles * cells, 0);
+}
+
+void History::keep_tiles(bool fits, unsigned int changed) {
+  if (!fits) {
+    std::vector<int>().swap(_tiles);
+    return;
+  }
+  const std::vector<int>& trajectory = _history[changed];
+  int* cell = &_tiles[first_cell(changed, trajectory.size())];
+  for (const int time : trajectory) *(cell += tile_width) = time;
 }
 
 const std::vector<int>& History::operator[](unsigned int k) const {
   return _history[k];
 }
 
+// From the tiles, where the forecast that the time is for will read as well.
 double History::interpolate(unsigned int k, unsigned int index, double linear) const {
   if (index == 0) return 0.0;
-  const std::vector<int>& trajectory = _history[k];
-  const double prior = trajectory[index - 1];
-  const double item = trajectory[index];
-  return product(item - prior, linear) + prior;
+  if (_tiles.empty()) {
+    const std::vector<int>& trajectory = _history[k];
+    return between(trajectory[index - 1], trajectory[index], linear);
+  }
+  const int* const prior = &_tiles[first_cell(k, length())] + index * std::size_t(tile_width);
+  return between(prior[0], prior[tile_width], linear);
 }
 
 AllHistories::AllHistories() : _history(), _max_size(0), _strategy(History::random) {}

@@ -385,8 +385,7 @@ Forecast* AllJourneys::update(const std::string& journeyPatternRef, const std::s
                               unsigned long long shapeVersionTime, long long shapeVersionID,
                               category_t category, double offset, long long time,
                               double max_error) {
-  const auto named = _journey.find(journeyPatternRef);
-  Journey* journey = named == _journey.end() ? nullptr : named->second;
+  Journey* journey = find(journeyPatternRef);
   const auto last = _last_journey.find(vehicleID);
   if (last != _last_journey.end() && last->second != journey &&
       last->second->is_served_by(vehicleID, time)) {
@@ -418,11 +417,19 @@ void AllJourneys::remove_inactive_vehicles() {
 }
 
 Journey* AllJourneys::operator[](const std::string& journeyPatternRef) {
-  const auto entry = _journey.find(journeyPatternRef);
-  if (entry != _journey.end()) return entry->second;
+  Journey* const journey = find(journeyPatternRef);
+  if (journey != nullptr) return journey;
   std::unique_ptr<Journey> created(new Journey(_forecast_method, _string_parameter,
                                                _double_parameter, _forecast_mode, _max_size_history,
                                                _replacement_strategy));
+  const auto entry = _journey_by_reference.emplace(journeyPatternRef, nullptr).first;
   _journey.emplace(journeyPatternRef, created.get());
+  entry->second = created.get();
   return created.release();
+}
+
+// An entry is null where the memory for the journey's own had run out.
+Journey* AllJourneys::find(const std::string& journeyPatternRef) const {
+  const auto entry = _journey_by_reference.find(journeyPatternRef);
+  return entry == _journey_by_reference.end() ? nullptr : entry->second;
 }

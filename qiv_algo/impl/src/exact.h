@@ -38,4 +38,10 @@ inline long long truncate(double x) {
   return -9223372036854775807LL - 1;
 }
 
+/// The greatest integer that is not above `x`; the smallest `long long` where `truncate` gives it.
+inline long long floor_to_integer(double x) {
+  const long long whole = truncate(x);
+  return static_cast<double>(whole) > x && x >= -9223372036854775808.0 ? whole - 1 : whole;
+}
+
 #endif  // QIV_EXACT_H

@@ -1,0 +1,108 @@
+// The time of an update among few and among many journeys. 2,000 vehicles report at random; each
+// report may hand its vehicle over to a journey at random.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "differential/Draw.h"
+#include "library/contenders.h"
+#include "library/scene.h"
+
+namespace {
+
+using bench::Contender;
+using bench::Size;
+
+template <class Side>
+class Network {
+ public:
+  Network(const Size& size, unsigned int nb_journeys, unsigned int reports_a_journey)
+      : _size(size), _reports_a_journey(reports_a_journey), _draw(11) {
+    bench::initialize(_journeys, size);
+    for (unsigned int i = 0; i < nb_journeys; ++i) {
+      _references.push_back("pattern " + std::to_string(i * 7919 % 100003));
+      bench::load(_journeys, _references.back(), size, 1 + i);
+    }
+    for (unsigned int v = 0; v < 2000; ++v) {
+      _vehicles.push_back({"vehicle " + std::to_string(v), 0, size.updates});
+    }
+  }
+
+  void report() {
+    Vehicle& vehicle = _vehicles[_draw.below(static_cast<unsigned int>(_vehicles.size()))];
+    if (vehicle.index >= _size.updates || _draw.one_in(_reports_a_journey)) {
+      vehicle.journey = _draw.below(static_cast<unsigned int>(_references.size()));
+      vehicle.index = _draw.below(_size.updates / 2);
+    }
+    _clock += 1;
+    const bench::Report sent = bench::report(_size, 0, vehicle.index++);
+    benchmark::DoNotOptimize(_journeys.update(_references[vehicle.journey], vehicle.name, _trip, 1,
+                                              1, bench::category, sent.offset_m, _clock, 1e9));
+  }
+
+ private:
+  struct Vehicle {
+    std::string name;
+    unsigned int journey;
+    unsigned int index;
+  };
+
+  const Size _size;
+  const unsigned int _reports_a_journey;
+  differential::RandomDraw _draw;
+  const typename Side::VehicleJourneyRef _trip;
+  long long _clock = bench::departure;
+  std::vector<std::string> _references;
+  std::vector<Vehicle> _vehicles;
+  typename Side::AllJourneys _journeys;
+};
+
+template <class Side>
+void time_reports(benchmark::State& state, const Size& size, unsigned int nb_journeys,
+                  unsigned int reports_a_journey, Contender contender) {
+  bench::choose(contender);
+  Network<Side> network(size, nb_journeys, reports_a_journey);
+  const unsigned int nb_reports = contender == Contender::twin ? 500 : 20000;
+  for (unsigned int i = 0; i < nb_reports; ++i) network.report();
+  for (auto _ : state) {
+    const double start_s = bench::thread_time_s();
+    for (unsigned int i = 0; i < nb_reports; ++i) network.report();
+    state.SetIterationTime((bench::thread_time_s() - start_s) / nb_reports);
+  }
+}
+
+void add(const Size& size, unsigned int nb_journeys, unsigned int reports_a_journey,
+         Contender contender) {
+  const auto time =
+      contender == Contender::twin ? time_reports<bench::Twin> : time_reports<bench::Library>;
+  const std::string name = "journeys:" + std::to_string(nb_journeys) +
+                           "/reports_a_journey:" + std::to_string(reports_a_journey) + "/" +
+                           size.name + "/" + bench::name_of(contender);
+  benchmark::RegisterBenchmark(name.c_str(), time, size, nb_journeys, reports_a_journey, contender)
+      ->UseManualTime()
+      ->Iterations(3);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  bench::silence_log();
+  const Contender library = bench::contenders().back();
+  for (const unsigned int nb_journeys : {10u, 100u, 1000u, 5000u}) {
+    for (const Size& size : {bench::small_size, bench::city_size}) {
+      for (const unsigned int reports_a_journey : {1u, 40u}) {
+        add(size, nb_journeys, reports_a_journey, library);
+      }
+    }
+    add(bench::city_size, nb_journeys, 40, Contender::twin);
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
