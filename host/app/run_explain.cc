@@ -63,7 +63,8 @@ class Printer {
     for (std::size_t i = 0; i < std::min(trips_listed, explanation.trips.size()); ++i) {
       std::cout << "  " << std::fixed << std::setprecision(1) << std::right << std::setw(5)
                 << 100.0 * explanation.trips[i].weight << " %  " << std::left
-                << to_string(explanation.trips[i].trip) << "\n";
+                << to_string(explanation.trips[i].trip)
+                << (explanation.trips[i].lent ? ", lent by a relative\n" : "\n");
     }
   }
 

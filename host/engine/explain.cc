@@ -98,9 +98,9 @@ std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk
                            " differs from the library's forecast");
   }
   const std::vector<double> weights = algorithm.weights(vehicle, at_last);
-  const std::vector<TripKey>& sources = desk.sources(trip.choice.category);
+  const std::vector<SourceTrip>& sources = desk.sources(trip.choice.category);
   for (std::size_t k = 0; k < weights.size() && k < sources.size(); ++k) {
-    explanation.trips.push_back({sources[k], weights[k]});
+    explanation.trips.push_back({sources[k].trip, weights[k], sources[k].lent});
   }
   std::stable_sort(explanation.trips.begin(), explanation.trips.end(),
                    [](const WeighedTrip& a, const WeighedTrip& b) { return a.weight > b.weight; });

@@ -12,6 +12,7 @@ namespace qiv {
 struct WeighedTrip {
   TripKey trip;
   double weight = 0.0;  ///< share of all weights, in [0, 1]
+  bool lent = false;    ///< by a pattern that is a close relative
 };
 
 /// Why a forecast is as it is.

@@ -107,7 +107,7 @@ const std::vector<std::vector<int>>& PatternDesk::stored(Category category) cons
   return of(_stored, category);
 }
 
-const std::vector<TripKey>& PatternDesk::sources(Category category) const {
+const std::vector<SourceTrip>& PatternDesk::sources(Category category) const {
   return of(_sources, category);
 }
 
@@ -118,7 +118,7 @@ const std::vector<std::vector<int>>& PatternDesk::elapsed(Category category) con
 void PatternDesk::add_to(Category category, const Trajectory& trajectory,
                          const std::vector<int>& times_s) {
   if (!store(category, times_s, trajectory.times_s)) return;
-  _sources[category].push_back(trajectory.trip);
+  _sources[category].push_back({trajectory.trip, trajectory.lent});
   const TripPlan* const trip = _network.find_trip(trajectory.trip.trip, trajectory.trip.start);
   if (!trajectory.scheduled_departure && trip == nullptr) return;
   const Seconds scheduled =

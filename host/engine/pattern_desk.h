@@ -26,6 +26,12 @@ struct HistoryChoice {
 /// Where a vehicle arrives at each stop; at the first, where it departs.
 std::vector<double> arrival_places_m(const Grid& grid);
 
+/// An earlier trip behind a category.
+struct SourceTrip {
+  TripKey trip;
+  bool lent = false;  ///< by a pattern that is a close relative
+};
+
 /// One journey pattern at work: its grid, the earlier trips that the library was given, and the
 /// choice among their categories. Keeps a mirror of what the library holds.
 class PatternDesk {
@@ -65,7 +71,7 @@ class PatternDesk {
   const std::vector<std::vector<int>>& stored(Category category) const;
 
   /// Which trips they are, in the same order; empty for a timetable's category.
-  const std::vector<TripKey>& sources(Category category) const;
+  const std::vector<SourceTrip>& sources(Category category) const;
 
   /// The same trips by elapsed time, whatever the clock of the library.
   const std::vector<std::vector<int>>& elapsed(Category category) const;
@@ -83,7 +89,7 @@ class PatternDesk {
   Grid _grid;
   std::map<Category, std::vector<std::vector<int>>> _stored;
   std::map<Category, std::vector<std::vector<int>>> _elapsed;
-  std::map<Category, std::vector<TripKey>> _sources;
+  std::map<Category, std::vector<SourceTrip>> _sources;
   std::map<Category, std::vector<Seconds>> _departure_delays;  ///< each ascending
   std::map<Category, std::optional<LibraryForecast>> _fresh;
   std::map<std::vector<int>, Category> _timetables;

@@ -82,17 +82,22 @@ class RunReader {
                         : 0.0;
   }
 
+  /// A statement that the vehicle stands at a stop.
+  struct StatedCall {
+    std::size_t stop = 0;
+    Instant time{};
+    Seconds gap{0};
+  };
+
   /// Arrivals and departures as stated; a departure bounds the arrival at the next stop.
   void read_stated(const std::vector<const VehiclePosition*>& reports, TripTruth& truth) {
+    std::vector<StatedCall> calls;
     Instant previous = reports.front()->received;
     for (const VehiclePosition* report : reports) {
       const auto stop = named_stop(*report);
       if (stop && report->status == StopStatus::stopped_at &&
           distance_to_stop_m(*report, *stop) <= _options.widest_distance_m) {
-        auto& arrival = truth.arrivals[*stop];
-        if (*stop > 0 && !arrival) {
-          arrival = ObservedArrival{report->time, report->time - previous, true};
-        }
+        calls.push_back({*stop, report->time, report->time - previous});
         _stated.push_back({report->time, _pattern.stops[*stop].offset_m});
       } else if (stop && *stop > 0 && report->status == StopStatus::in_transit_to &&
                  distance_to_stop_m(*report, *stop - 1) <= 30.0) {
@@ -100,11 +105,36 @@ class RunReader {
       }
       previous = report->received;
     }
-    for (std::size_t j = 0; j < truth.arrivals.size(); ++j) {
-      if (truth.arrivals[j] && truth.arrivals[j]->gap > _options.longest_gap) {
-        truth.arrivals[j].reset();
+    for (const StatedCall& call : in_stop_order(calls)) {
+      auto& arrival = truth.arrivals[call.stop];
+      if (call.stop > 0 && !arrival) arrival = ObservedArrival{call.time, call.gap, true};
+    }
+    for (auto& arrival : truth.arrivals) {
+      if (arrival && arrival->gap > _options.longest_gap) arrival.reset();
+    }
+  }
+
+  /// The most statements that one trip can have made one after the other: the stops never go back.
+  /// (Longest non-decreasing subsequence.)
+  static std::vector<StatedCall> in_stop_order(const std::vector<StatedCall>& calls) {
+    std::vector<std::size_t> ends;  // index of the call that ends the best chain of each length
+    std::vector<std::size_t> before(calls.size());
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+      const auto place = std::upper_bound(
+          ends.begin(), ends.end(), calls[i].stop,
+          [&](std::size_t stop, std::size_t end) { return stop < calls[end].stop; });
+      before[i] = place == ends.begin() ? calls.size() : *(place - 1);
+      if (place == ends.end()) {
+        ends.push_back(i);
+      } else {
+        *place = i;
       }
     }
+    std::vector<StatedCall> chain;
+    if (ends.empty()) return chain;
+    for (std::size_t i = ends.back(); i < calls.size(); i = before[i]) chain.push_back(calls[i]);
+    std::reverse(chain.begin(), chain.end());
+    return chain;
   }
 
   std::vector<Placed> place_fixes(const std::vector<const VehiclePosition*>& reports) const {

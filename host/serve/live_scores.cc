@@ -64,7 +64,7 @@ void LiveScores::take(const VehiclePosition& position, const Network& network) {
   if (!trip || !is_scored(*trip)) return;
   Scored& scored = _trips[*trip];
   scored.positions.push_back(position);
-  scored.last_received = position.received;
+  scored.last_heard = position.received;
 }
 
 bool LiveScores::is_due(Instant now) const {
@@ -82,7 +82,7 @@ void LiveScores::sample(Instant now, const std::vector<TripForecast>& shown,
       continue;
     }
     Scored& scored = _trips[forecast.trip];
-    if (scored.positions.empty()) scored.last_received = now;
+    scored.last_heard = now;
     Sample& sample = scored.samples[now];
     sample.delay_s = delay_of(forecast.trip);
     for (const StopForecast& stop : forecast.stops) {
@@ -91,7 +91,7 @@ void LiveScores::sample(Instant now, const std::vector<TripForecast>& shown,
     }
   }
   for (auto trip = _trips.begin(); trip != _trips.end();) {
-    const bool over = now - trip->second.last_received > _options.patience;
+    const bool over = now - trip->second.last_heard > _options.patience;
     if (over) score(trip->first, trip->second, network);
     trip = over ? _trips.erase(trip) : std::next(trip);
   }

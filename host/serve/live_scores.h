@@ -20,8 +20,9 @@ namespace qiv {
 struct LiveScoreOptions {
   /// The display is sampled so often.
   Seconds interval{30};
-  /// A trip is scored when its vehicle has been silent on it for so long.
-  Seconds patience{600};
+  /// A trip is scored when its vehicle has been silent on it, and nothing was shown of it, for so
+  /// long.
+  Seconds patience{1800};
   /// About so many trips are scored at a time; of more, a fixed part by name.
   std::size_t most_trips = 2000;
   TruthOptions truth;
@@ -64,7 +65,7 @@ class LiveScores {
   struct Scored {
     std::vector<VehiclePosition> positions;
     std::map<Instant, Sample> samples;
-    Instant last_received{};
+    Instant last_heard{};  ///< last position, or last time on display
   };
   struct Sums {
     std::uint64_t n = 0;

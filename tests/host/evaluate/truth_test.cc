@@ -45,6 +45,20 @@ TEST(TruthTest, WhatTheFeedStatesWins) {
   EXPECT_FALSE(trip.arrivals[3]);
 }
 
+TEST(TruthTest, AStatementBeforeTheTripHasBegunIsNoArrival) {
+  const Network network = testing::straight_network();
+  const Truth truth = observe(
+      network, std::vector{stated("v", "out", "07:57:00", StopStatus::stopped_at, 5, 4000),
+                           stated("v", "out", "08:00:00", StopStatus::stopped_at, 1, 0),
+                           stated("v", "out", "08:02:10", StopStatus::stopped_at, 2, 1000),
+                           stated("v", "out", "08:04:00", StopStatus::stopped_at, 3, 2000),
+                           stated("v", "out", "08:08:30", StopStatus::stopped_at, 5, 4000)});
+  const TripTruth& trip = truth.at(out);
+  EXPECT_EQ(trip.arrivals[1]->time, at("08:02:10"));
+  ASSERT_TRUE(trip.arrivals[4]);
+  EXPECT_EQ(trip.arrivals[4]->time, at("08:08:30"));
+}
+
 TEST(TruthTest, AnArrivalInALongGapIsNotKnown) {
   const Network network = testing::straight_network();
   const Truth truth = observe(

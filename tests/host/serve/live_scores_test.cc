@@ -89,9 +89,9 @@ TEST_F(LiveScoresTest, TheLastHourForgetsWhatIsOlder) {
     scores.take(p, network);
   }
   scores.sample(at("08:05:00"), {}, no_delay, network);
-  scores.sample(at("08:30:00"), {}, no_delay, network);
+  scores.sample(at("08:40:00"), {}, no_delay, network);
   ASSERT_EQ(scores.scores()[0].arrivals, 4U);
-  scores.sample(at("09:31:00"), {}, no_delay, network);
+  scores.sample(at("09:41:00"), {}, no_delay, network);
   EXPECT_EQ(scores.scores()[0].arrivals, 0U);
   EXPECT_EQ(scores.scores()[1].arrivals, 4U);
 }
