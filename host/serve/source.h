@@ -10,7 +10,7 @@
 namespace qiv {
 
 /// Takes the positions of one answer, in the order of the feed. May be called by any thread.
-using PositionSink = std::function<void(std::vector<VehiclePosition>&& positions)>;
+using TakePositions = std::function<void(std::vector<VehiclePosition>&& positions)>;
 
 /// Where positions come from: an address that is polled, a broker, a folder. Each runs in a thread
 /// of its own and never throws; what goes wrong is told by `view`.
@@ -18,8 +18,8 @@ class Source {
  public:
   virtual ~Source() = default;
 
-  /// Hands positions to `sink` until it is asked to stop.
-  virtual void run(std::stop_token stop, const PositionSink& sink) = 0;
+  /// Hands positions to `take` until it is asked to stop.
+  virtual void run(std::stop_token stop, const TakePositions& take) = 0;
 
   /// How it fares, as of `now` by the service's clock. May be called by any thread.
   virtual SourceView view(Instant now) const = 0;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "model/trip_forecast.h"
+#include "network/network.h"
+
+namespace qiv {
+
+/// A SIRI 2.0 Estimated Timetable delivery: one journey for each trip, with all of its calls; those
+/// that are passed are recorded calls. The expected arrival has its
+/// ExpectedArrivalPredictionQuality with the interval that holds 90 % of the arrivals. Times are
+/// the same as in `trip_updates`.
+///
+/// A repetition of a frequency-based trip is named TRIP-HH:MM:SS; an absent line or direction is
+/// "unknown", since the standard wants both. Trips that cannot be published are left out, as are
+/// those whose stops have all been passed. `network` must be the one behind the forecasts.
+std::string siri_et(std::span<const TripForecast> forecasts, const Network& network, Instant time);
+
+}  // namespace qiv

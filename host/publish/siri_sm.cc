@@ -1,0 +1,50 @@
+#include "publish/siri_sm.h"
+
+#include "publish/siri_xml.h"
+#include "publish/utf8.h"
+
+namespace qiv {
+namespace {
+
+void add_call(pugi::xml_node journey, const PublishedTrip& trip, std::size_t i,
+              const Network& network) {
+  pugi::xml_node call = journey.append_child("MonitoredCall");
+  add_stop(call, trip, i, network);
+  if (i != 0) {
+    add_time(call, "AimedArrivalTime", trip.schedule.arrival(i));
+    add_time(call, "ExpectedArrivalTime", trip.stops[i].arrival.time);
+  }
+  if (i + 1 != trip.stops.size()) {
+    add_time(call, "AimedDepartureTime", trip.schedule.departure(i));
+    add_time(call, "ExpectedDepartureTime", trip.stops[i].departure);
+  }
+  if (i != 0) add_arrival_quality(call.append_child("Extensions"), trip, i);
+}
+
+}  // namespace
+
+std::string siri_sm(std::span<const StopVisit> visits, std::uint32_t stop, const Network& network,
+                    Instant time) {
+  const Stop& place = network.stops()[stop];
+  SiriDocument document("StopMonitoringDelivery", time);
+  document.write("MonitoringRef",
+                 [&](pugi::xml_node node) { node.text().set(xml_text(place.id.text()).c_str()); });
+  Rejections withheld;
+  for (const StopVisit& visit : visits) {
+    const auto trip = published_trip(*visit.forecast, network, withheld);
+    if (!trip) continue;
+    document.write("MonitoredStopVisit", [&](pugi::xml_node node) {
+      add_time(node, "RecordedAtTime", recorded_at(*visit.forecast, time));
+      add_text(node, "ItemIdentifier",
+               to_string(visit.forecast->trip) + "-" + std::to_string(visit.call + 1));
+      add_text(node, "MonitoringRef", place.id.text());
+      pugi::xml_node journey = node.append_child("MonitoredVehicleJourney");
+      add_journey(journey, *trip, network);
+      add_progress(journey, trip->forecast);
+      add_call(journey, *trip, visit.call, network);
+    });
+  }
+  return document.finish();
+}
+
+}  // namespace qiv

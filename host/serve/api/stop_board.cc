@@ -1,0 +1,54 @@
+#include "serve/api/stop_board.h"
+
+#include <algorithm>
+#include <numeric>
+#include <tuple>
+
+namespace qiv {
+namespace {
+
+/// Calls `visit` with the trip, the call and its stop for every call to come.
+template <class Visit>
+void each_call(const Snapshot& snapshot, Visit&& visit) {
+  const std::size_t stops = snapshot.network->stops().size();
+  for (std::uint32_t trip = 0; trip < snapshot.trips.size(); ++trip) {
+    const auto& calls = snapshot.trips[trip].stops;
+    for (std::uint32_t call = 0; call < calls.size(); ++call) {
+      if (!calls[call].observed && calls[call].stop < stops) visit(trip, call, calls[call].stop);
+    }
+  }
+}
+
+}  // namespace
+
+StopBoard::StopBoard(const Snapshot& snapshot)
+    : _snapshot(snapshot), _begin(snapshot.network->stops().size() + 1, 0) {
+  each_call(snapshot, [this](std::uint32_t /*trip*/, std::uint32_t /*call*/, std::uint32_t stop) {
+    ++_begin[stop + 1];
+  });
+  std::partial_sum(_begin.begin(), _begin.end(), _begin.begin());
+  _places.resize(_begin.back());
+  std::vector<std::uint32_t> next(_begin.begin(), _begin.end() - 1);
+  each_call(snapshot, [&](std::uint32_t trip, std::uint32_t call, std::uint32_t stop) {
+    _places[next[stop]++] = {trip, call};
+  });
+}
+
+std::vector<StopVisit> StopBoard::visits(std::uint32_t stop) const {
+  std::vector<StopVisit> visits;
+  for (std::uint32_t i = _begin[stop]; i < _begin[stop + 1]; ++i) {
+    visits.push_back({&_snapshot.trips[_places[i].trip], _places[i].call});
+  }
+  std::sort(visits.begin(), visits.end(), [](const StopVisit& a, const StopVisit& b) {
+    return std::tuple(visit_time(a), std::cref(a.forecast->trip), a.call) <
+           std::tuple(visit_time(b), std::cref(b.forecast->trip), b.call);
+  });
+  return visits;
+}
+
+Instant visit_time(const StopVisit& visit) {
+  const StopForecast& stop = visit.forecast->stops[visit.call];
+  return visit.call == 0 ? stop.departure : stop.arrival.time;
+}
+
+}  // namespace qiv
