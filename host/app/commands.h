@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "simulate/fleet_options.h"
+
 namespace qiv {
 
 /// The subcommands. Each prints to the standard output stream and throws `CommandError`, or any
@@ -68,6 +70,19 @@ struct ServeArguments {
   bool until_end = false;   ///< end with the recorded day
 };
 void run_serve(const ServeArguments& arguments);
+
+struct SimulateArguments {
+  std::string gtfs;        ///< to serve a fleet for
+  std::string write_gtfs;  ///< to write a town to instead
+  std::string at;          ///< local time, "YYYY-MM-DDTHH:MM"; empty: now
+  double hours = 4.0;      ///< of service in the town
+  std::string address = "127.0.0.1";
+  int port = 8090;
+  double speed = 1.0;  ///< of the fleet's clock
+  long every_s = 10;   ///< seconds from report to report
+  FleetOptions fleet;
+};
+void run_simulate(const SimulateArguments& arguments);
 
 struct InspectArguments {
   std::string city;

@@ -40,6 +40,11 @@ const char* const serve_examples =
     "  qiv serve dublin\n"
     "  qiv serve dublin --day 2025-10-07 --from 07:30:00 --speed 20";
 
+const char* const simulate_examples =
+    "Examples:\n"
+    "  qiv simulate --gtfs gtfs.zip --port 8090\n"
+    "  qiv simulate --write-gtfs town.zip --vehicles 10000";
+
 std::string log_level;
 
 CLI::App* command(CLI::App& app, const char* name, const char* help, std::string& city) {
@@ -168,6 +173,52 @@ void add_serve(CLI::App& app) {
   on_command(sub, arguments, run_serve);
 }
 
+void add_shares(CLI::App& sub, FleetOptions& fleet) {
+  const auto share = [&sub](const char* name, double& value, const char* help) {
+    sub.add_option(name, value, help)->check(CLI::Range(0.0, 1.0))->capture_default_str();
+  };
+  share("--traffic", fleet.traffic, "How far traffic stretches the running times, both ways");
+  share("--gaps", fleet.gap_share, "Share of two-minute stretches without a report");
+  share("--late", fleet.late_share, "Share of reports that come late, after newer ones");
+  share("--doubled", fleet.doubled_share, "Share of reports that are in the message twice");
+  share("--detours", fleet.detour_share, "Share of trips that leave their path for two legs");
+  share("--without-trip", fleet.without_trip_share, "Share of vehicles that never name a trip");
+  sub.add_option("--noise", fleet.noise_m, "Deviation of a position, metres north and east")
+      ->check(CLI::Range(0.0, 1000.0))
+      ->capture_default_str();
+}
+
+void add_simulate(CLI::App& app) {
+  static SimulateArguments arguments;
+  CLI::App* const sub = app.add_subcommand(
+      "simulate", "Serve the positions of a synthetic fleet, or write a town for one");
+  auto* const gtfs = sub->add_option("--gtfs", arguments.gtfs, "Timetable that the fleet runs");
+  auto* const write = sub->add_option("--write-gtfs", arguments.write_gtfs,
+                                      "Write a town for so many vehicles to this zip file");
+  gtfs->excludes(write);
+  sub->add_option("--vehicles", arguments.fleet.vehicles,
+                  "Vehicles at most (default: as many as the timetable needs)");
+  sub->add_option("--seed", arguments.fleet.seed, "The same seed gives the same fleet")
+      ->capture_default_str();
+  sub->add_option("--at", arguments.at, "Local time to begin at, YYYY-MM-DDTHH:MM (default: now)");
+  sub->add_option("--hours", arguments.hours, "Hours of service in a town")
+      ->check(CLI::Range(0.5, 20.0))
+      ->capture_default_str();
+  sub->add_option("--speed", arguments.speed, "Let the fleet's clock go so many times as fast")
+      ->check(CLI::Range(0.01, 1000.0))
+      ->capture_default_str();
+  sub->add_option("--every", arguments.every_s, "Seconds from one report of a vehicle to the next")
+      ->check(CLI::Range(1, 300))
+      ->capture_default_str();
+  sub->add_option("--address", arguments.address, "Interface to listen on")->capture_default_str();
+  sub->add_option("--port", arguments.port, "Port; 0 is any that is free")
+      ->check(CLI::Range(0, 65535))
+      ->capture_default_str();
+  add_shares(*sub, arguments.fleet);
+  sub->footer(simulate_examples);
+  sub->callback([] { run_simulate(arguments); });
+}
+
 void add_inspect(CLI::App& app) {
   static InspectArguments arguments;
   CLI::App* const sub = command(
@@ -189,6 +240,7 @@ int main(int argc, char** argv) {
   add_evaluate(app);
   add_explain(app);
   add_serve(app);
+  add_simulate(app);
   add_inspect(app);
   try {
     app.parse(argc, argv);

@@ -61,10 +61,11 @@ void Nightly::run(std::stop_token stop) {
     const Instant now = _clock();
     const ServiceDate today = _city_clock.local_day(now);
     const bool due = today > last && _city_clock.local_time(now) >= _config.learn_at;
-    if (stop.stop_requested() || !(soon || (due && _config.learns))) continue;
+    if (stop.stop_requested() || !(soon || due)) continue;
     last = today;
     try {
-      _log.write(LogLevel::warning, work(now));
+      forget(now);
+      if (soon || _config.learns) _log.write(LogLevel::warning, learn_again(now));
     } catch (const std::exception& error) {
       _log.write(LogLevel::error, std::string("the night's learning failed: ") + error.what());
     }
@@ -77,11 +78,6 @@ void Nightly::begin_soon() {
     _soon = true;
   }
   _wake.notify_all();
-}
-
-std::string Nightly::work(Instant now) {
-  forget(now);
-  return learn_again(now);
 }
 
 std::string Nightly::learn_again(Instant now) {

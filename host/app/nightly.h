@@ -16,9 +16,10 @@
 
 namespace qiv {
 
-/// Once a night: learns again from what was recorded, puts the new settings in the place of the old
-/// ones if they score better on days that neither has seen, and forgets what is older than it need
-/// be kept. Works beside the service, with an archive connection of its own.
+/// Once a night: forgets what is older than is to be kept and, unless the configuration says
+/// otherwise, learns again from what was recorded and puts the new settings in the place of the old
+/// ones if they score better on days that neither has seen. Works beside the service, with an
+/// archive connection of its own.
 class Nightly {
  public:
   using TakeSettings = std::function<void(const LearnedSettings& settings)>;
@@ -33,13 +34,13 @@ class Nightly {
   /// Begins at once, as if the time had come. May be called by any thread.
   void begin_soon();
 
-  /// One night's work, as of `now`, and what came of it, for people.
-  std::string work(Instant now);
-
- private:
+  /// Learns, as of `now`, and says for people what came of it.
   std::string learn_again(Instant now);
+
+  /// Forgets what is older than is to be kept, as of `now`.
   void forget(Instant now);
 
+ private:
   std::filesystem::path _folder;
   const ServeConfig& _config;
   ServiceClock _city_clock;

@@ -8,12 +8,12 @@
 #include "app/commands.h"
 #include "app/exit_code.h"
 #include "app/nightly.h"
-#include "app/page.h"
 #include "app/serve_config.h"
 #include "app/version.h"
 #include "serve/api/api_server.h"
 #include "serve/archive_history.h"
 #include "serve/live_service.h"
+#include "serve/web/page_files.h"
 
 namespace qiv {
 namespace {
@@ -117,7 +117,7 @@ class Serving {
     options.server.address = config.address;
     options.server.port = config.port;
     options.server.token = config.token;
-    options.files = page_files();
+    options.files = page_files({config.tiles, config.tiles_attribution});
     options.why = ask_why(service);
     options.report = [this](const std::string& text) { log.write(LogLevel::error, text); };
     return options;

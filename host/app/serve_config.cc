@@ -101,6 +101,7 @@ void read_serve(TomlReader& reader, ServeConfig& config) {
   config.port = static_cast<std::uint16_t>(reader.whole("port", 0, 65'535, config.port));
   config.token = reader.secret("token");
   config.tiles = reader.text("tiles", "");
+  config.tiles_attribution = reader.text("tiles_attribution", "");
   config.cycle = milliseconds(reader.number("cycle_s", 0.1, 60, 1));
   config.learns = reader.flag("learns", true);
   const std::string learn_at = reader.text("learn_at", "03:30:00");
@@ -120,6 +121,32 @@ void read_timetable_source(TomlReader& reader, TimetableSourceOptions& options) 
   options.interval = milliseconds(reader.number("every_s", 1, 7 * longest_interval_s, usual_s));
 }
 
+/// The section of this name; nothing when there is none.
+const toml::table* section(const std::filesystem::path& file, const toml::table& table,
+                           const char* name) {
+  const toml::node* const node = table.get(name);
+  if (node != nullptr && !node->is_table()) {
+    const std::string text = name;
+    TomlReader(file, table, text)
+        .reject(*node, "'" + text + "' must be a section: write [" + text + "]");
+  }
+  return node == nullptr ? nullptr : node->as_table();
+}
+
+/// Each [[source]].
+std::vector<const toml::table*> source_tables(const std::filesystem::path& file,
+                                              const toml::table& table) {
+  std::vector<const toml::table*> result;
+  const toml::node* const sources = table.get("source");
+  if (sources == nullptr) return result;
+  if (!sources->is_array_of_tables()) {
+    TomlReader(file, table, "source")
+        .reject(*sources, "there may be many sources: write [[source]]");
+  }
+  for (const toml::node& source : *sources->as_array()) result.push_back(source.as_table());
+  return result;
+}
+
 toml::table parsed(const std::filesystem::path& file) {
   try {
     return toml::parse_file(file.string());
@@ -136,21 +163,18 @@ ServeConfig read_serve_config(const std::filesystem::path& file) {
   const toml::table table = parsed(file);
   ServeConfig config;
   config.timetable.interval = std::chrono::minutes(1);
-  if (const toml::table* const serve = table["serve"].as_table()) {
+  if (const toml::table* const serve = section(file, table, "serve")) {
     TomlReader reader(file, *serve, "[serve]");
     read_serve(reader, config);
     reader.finish();
   }
-  if (const toml::table* const timetable = table["timetable_source"].as_table()) {
+  if (const toml::table* const timetable = section(file, table, "timetable_source")) {
     TomlReader reader(file, *timetable, "[timetable_source]");
     read_timetable_source(reader, config.timetable);
     reader.finish();
   }
-  const toml::array* const sources = table["source"].as_array();
-  if (sources == nullptr) return config;
-  for (const toml::node& node : *sources) {
-    if (!node.is_table()) continue;
-    TomlReader reader(file, *node.as_table(), "[[source]]");
+  for (const toml::table* const entry : source_tables(file, table)) {
+    TomlReader reader(file, *entry, "[[source]]");
     SourceOptions options = read_source(reader, file.parent_path());
     const std::string number = std::to_string(config.sources.size() + 1);
     const std::string name = reader.text("name", "positions " + number);
@@ -180,6 +204,7 @@ std::string serve_config_text() {
 # keep_trips_days = 400
 # Tiles of a base map for the page; without them the page draws the network's own paths.
 # tiles = ""
+# tiles_attribution = ""
 
 # Where new timetables come from; without an address the file above is watched.
 # [timetable_source]
