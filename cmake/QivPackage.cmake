@@ -1,4 +1,5 @@
-# Installation, and the packages made from it: libqiv1 to run with, libqiv-dev to build with.
+# Installation, and the packages made from it: libqiv1 to run with, libqiv-dev to build with, and qiv,
+# the program with its service.
 
 include(CMakePackageConfigHelpers)
 
@@ -48,15 +49,35 @@ install(
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT licence)
 
+if(QIV_BUILD_HOST)
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set_target_properties(qiv PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  endif()
+  install(TARGETS qiv RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT service)
+  install(
+    FILES ${PROJECT_SOURCE_DIR}/packaging/qiv@.service
+    DESTINATION lib/systemd/system
+    COMPONENT service)
+  install(
+    FILES ${PROJECT_SOURCE_DIR}/docs/operations.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    COMPONENT service)
+endif()
+
 if(NOT PROJECT_IS_TOP_LEVEL)
   return()
 endif()
 
 set(runtime_package libqiv${PROJECT_VERSION_MAJOR})
 set(development_package libqiv-dev)
+set(service_package qiv)
+set(package_components runtime development)
+if(QIV_BUILD_HOST)
+  list(APPEND package_components service)
+endif()
 
 # Debian wants the licence of every package under this name, in the package's own folder.
-foreach(component IN ITEMS runtime development)
+foreach(component IN LISTS package_components)
   install(
     FILES ${PROJECT_SOURCE_DIR}/LICENSE
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${${component}_package}
@@ -66,6 +87,7 @@ foreach(component IN ITEMS runtime development)
   string(TOUPPER ${component} COMPONENT)
   set(CPACK_COMPONENT_${COMPONENT}_GROUP ${component})
   set(CPACK_COMPONENT_${COMPONENT}_COPYRIGHT_GROUP ${component})
+  list(APPEND CPACK_COMPONENTS_ALL ${component} ${component}_copyright)
 endforeach()
 
 set(CPACK_GENERATOR DEB)
@@ -75,7 +97,6 @@ set(CPACK_PACKAGE_CONTACT "The qiv developers <qiv@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime runtime_copyright development development_copyright)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 
@@ -84,7 +105,8 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR}/qiv_g11n)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR}/qiv_g11n
+                                                ${CMAKE_CURRENT_BINARY_DIR}/qiv_algo)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY >=)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "arrival forecasts with bounds - shared libraries
@@ -99,4 +121,15 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "arrival forecasts with bounds - header
 What a host is built with: the headers of the forecasting library and of
 its message module, a package configuration for CMake (qiv::algo,
 qiv::g11n) and one for pkg-config (qiv).")
+set(CPACK_DEBIAN_SERVICE_PACKAGE_NAME ${service_package})
+set(CPACK_DEBIAN_SERVICE_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_SERVICE_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS
+    "${runtime_package} (= ${PROJECT_VERSION}), adduser, ca-certificates, tzdata")
+set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/postinst
+                                               ${PROJECT_SOURCE_DIR}/packaging/debian/prerm)
+set(CPACK_DEBIAN_SERVICE_DESCRIPTION "arrival forecasts with bounds - the live service
+A timetable and vehicle positions go in; predictions with bounds come out
+as GTFS-realtime, SIRI and JSON, with a page that shows them. Learns from
+the vehicles' own past; replays and scores recorded days.")
 include(CPack)

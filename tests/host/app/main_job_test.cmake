@@ -112,6 +112,17 @@ endif()
 expect(2 replay ${city} --day 2025-09-26 --at 08:15:00 --mode travel --format pb)
 expect_text("${errors}" "--mode travel needs --format json")
 
+execute_process(
+  COMMAND ${CMAKE_CURRENT_LIST_DIR}/../../../scripts/check-service ${QIV} ${city} --day 2025-09-26
+          --from 08:00:00 --speed 20
+  RESULT_VARIABLE result
+  OUTPUT_VARIABLE output
+  ERROR_VARIABLE errors)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "the service did not answer everything:\n${output}${errors}")
+endif()
+expect_text("${output}" "Every answer came")
+
 expect(0 replay ${city} --day 2025-09-26 --at 08:15:00)
 if(NOT errors STREQUAL "")
   message(FATAL_ERROR "logged without being asked to: ${errors}")

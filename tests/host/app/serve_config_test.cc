@@ -61,6 +61,7 @@ TEST_F(ServeConfigTest, ReadsTheService) {
     port = 9000
     token = "env:QIV_SERVE_CONFIG_TEST"
     tiles = "https://tiles.example/{z}/{x}/{y}.png"
+    tiles_attribution = "A map"
     cycle_s = 0.5
     learn_at = "02:15:00"
     learns = false
@@ -78,6 +79,7 @@ TEST_F(ServeConfigTest, ReadsTheService) {
   EXPECT_TRUE(config.port_is_stated);
   EXPECT_EQ(config.token, "secret");
   EXPECT_EQ(config.tiles, "https://tiles.example/{z}/{x}/{y}.png");
+  EXPECT_EQ(config.tiles_attribution, "A map");
   EXPECT_EQ(config.cycle, 500ms);
   EXPECT_EQ(config.learn_at, 2h + 15min);
   EXPECT_FALSE(config.learns);
@@ -224,7 +226,7 @@ TEST_F(ServeConfigTest, NamesLineAndRemedy) {
   }
 }
 
-TEST_F(ServeConfigTest, AVariableThatIsNotSetIsNamedAndNoSecretIsShown) {
+TEST_F(ServeConfigTest, AVariableThatIsNotSetIsNamed) {
   unsetenv("QIV_SERVE_CONFIG_TEST_MISSING");
   EXPECT_THAT(refusal("[serve]\ntoken = \"env:QIV_SERVE_CONFIG_TEST_MISSING\""),
               HasSubstr("city.toml:2: the environment variable QIV_SERVE_CONFIG_TEST_MISSING is "

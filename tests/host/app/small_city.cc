@@ -92,8 +92,7 @@ void SmallCity::record_day(ServiceDate day, int leg_s) const {
   Archive archive(city / "archive.sqlite");
   for (int hour = 5; hour <= 22; ++hour) {
     archive.record(line_reports("v", "h" + std::to_string(hour),
-                                Instant(day.days()) + std::chrono::hours(hour),
-                                leg_s + hour % 3));
+                                Instant(day.days()) + std::chrono::hours(hour), leg_s + hour % 3));
   }
 }
 

@@ -65,7 +65,10 @@ TEST(TomlReaderTest, AKeyThatIsNotThereIsItsDefault) {
 TEST(TomlReaderTest, RefusalsNameFileLineAndRemedy) {
   const auto of = [](const std::string& text, auto read) { return refusal(text, read); };
   EXPECT_EQ(of("\nk = 3", [](auto& r) { r.text("k", ""); }), "city.toml:2: 'k' must be a text");
-  EXPECT_EQ(of("k = \"c\"", [](auto& r) { r.text_of("k", {"a", "b"}, "a"); }),
+  EXPECT_EQ(of("k = \"c\"",
+               [](auto& r) {
+                 r.text_of("k", {"a", "b"}, "a");
+               }),
             "city.toml:1: 'k' must be one of a, b");
   EXPECT_EQ(of("k = 9", [](auto& r) { r.number("k", 0.5, 8, 1); }),
             "city.toml:1: 'k' must be a number from 0.5 to 8");

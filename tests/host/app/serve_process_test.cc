@@ -1,0 +1,116 @@
+#include "host/app/serve_process.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <fstream>
+
+#include "gtfs-realtime.pb.h"
+#include "host/app/small_city.h"
+
+namespace qiv {
+namespace {
+
+using testing::eventually;
+using ::testing::HasSubstr;
+using testing::ServeProcess;
+namespace fs = std::filesystem;
+
+Instant wall_clock() {
+  return std::chrono::time_point_cast<Seconds>(std::chrono::system_clock::now());
+}
+
+std::string message_of(const VehiclePosition& report) {
+  transit_realtime::FeedMessage message;
+  message.mutable_header()->set_gtfs_realtime_version("2.0");
+  message.mutable_header()->set_timestamp(static_cast<std::uint64_t>(unix_seconds(wall_clock())));
+  auto& entity = *message.add_entity();
+  entity.set_id("1");
+  auto& vehicle = *entity.mutable_vehicle();
+  vehicle.mutable_vehicle()->set_id(report.vehicle.text());
+  vehicle.mutable_trip()->set_trip_id(report.trip.text());
+  vehicle.mutable_position()->set_latitude(static_cast<float>(report.place->lat_deg));
+  vehicle.mutable_position()->set_longitude(static_cast<float>(report.place->lon_deg));
+  vehicle.set_timestamp(static_cast<std::uint64_t>(unix_seconds(report.time)));
+  return message.SerializeAsString();
+}
+
+/// A city with one trip, which departed four minutes ago, and a folder of snapshots.
+class ServeProcessTest : public ::testing::Test {
+ protected:
+  ServeProcessTest() {
+    const Instant departed = wall_clock() - std::chrono::minutes(4);
+    const Instant midnight = std::chrono::floor<std::chrono::days>(departed);
+    const ServiceDate today = ServiceClock("UTC").local_day(departed);
+    testing::write_line_timetable(folder / "gtfs", "UTC", {{"now", departed - midnight}}, today,
+                                  today);
+    City::create(folder / "city", folder / "gtfs");
+    fs::create_directory(folder / "city" / "snapshots");
+    std::ofstream(folder / "city" / "city.toml")
+        << "[serve]\ncycle_s = 0.1\n"
+           "[[source]]\nkind = \"folder\"\nfolder = \"snapshots\"\nevery_s = 0.1\n";
+    reports = testing::line_reports("v", "now", departed, 60);
+  }
+
+  void put(int report) const {
+    const fs::path hidden = folder / "city" / "snapshots" / ".writing";
+    std::ofstream(hidden, std::ios::binary)
+        << message_of(reports.at(static_cast<std::size_t>(report)));
+    fs::rename(hidden, folder / "city" / "snapshots" / ("snapshot-" + std::to_string(10 + report)));
+  }
+
+  std::uint64_t progress_held() const {
+    std::uint64_t held = 0;
+    for (const TripRun& run : Archive(folder / "city" / "archive.sqlite").under_way()) {
+      held += run.progress.size();
+    }
+    return held;
+  }
+
+  samples::TemporaryFolder folder;
+  std::vector<VehiclePosition> reports;
+};
+
+TEST_F(ServeProcessTest, AKilledServiceComesBackWithWhatItAcknowledged) {
+  std::uint64_t acknowledged = 0;
+  for (int killed = 0; killed < 3; ++killed) {
+    ServeProcess service(folder / "city");
+    for (int report = 2 * killed + 1; report <= 2 * killed + 2; ++report) {
+      const double before = service.metric("qiv_progress_stored_total");
+      put(report);
+      ASSERT_TRUE(eventually([&] {
+        return service.metric("qiv_progress_stored_total") > std::max(before, 0.0);
+      })) << "report "
+          << report << ": " << service.ask("/api/v1/sources") << service.ask("/api/v1/vehicles");
+    }
+    acknowledged += static_cast<std::uint64_t>(service.metric("qiv_progress_stored_total"));
+    service.end(SIGKILL);
+    EXPECT_GE(progress_held(), acknowledged);
+  }
+  ServeProcess service(folder / "city");
+  EXPECT_TRUE(eventually([&] {
+    const std::string feed = service.ask("/gtfs-rt/trip-updates?format=json");
+    return feed.find("\"now\"") != std::string::npos && feed.find("\"v\"") != std::string::npos;
+  })) << service.ask("/gtfs-rt/trip-updates?format=json");
+}
+
+TEST_F(ServeProcessTest, EveryMetricIsInTheOperationsGuide) {
+  std::ifstream file(QIV_SOURCE_DIR "/docs/operations.md");
+  const std::string guide(std::istreambuf_iterator<char>(file), {});
+  ServeProcess service(folder / "city");
+  ASSERT_TRUE(eventually([&] { return service.metric("qiv_ready") == 1.0; }));
+  std::istringstream metrics(service.ask("/metrics"));
+  int families = 0;
+  for (std::string line; std::getline(metrics, line);) {
+    constexpr std::string_view type = "# TYPE ";
+    if (!line.starts_with(type)) continue;
+    const std::string name = line.substr(type.size(), line.find(' ', type.size()) - type.size());
+    EXPECT_THAT(guide, HasSubstr("`" + name + "`"));
+    ++families;
+  }
+  EXPECT_GT(families, 30);
+}
+
+}  // namespace
+}  // namespace qiv
