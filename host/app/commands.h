@@ -62,12 +62,12 @@ void run_explain(const ExplainArguments& arguments);
 
 struct ServeArguments {
   std::string city;
-  std::string address;      ///< empty: as configured
-  int port = -1;            ///< negative: as configured
-  std::string day;          ///< a recorded day to show; empty: the live service
-  std::string from;         ///< time of that day from which on it is shown, "HH:MM:SS"
-  double speed = 1.0;       ///< 0: as fast as it goes
-  bool until_end = false;   ///< end with the recorded day
+  std::string address;     ///< empty: as configured
+  int port = -1;           ///< negative: as configured
+  std::string day;         ///< a recorded day to show; empty: the live service
+  std::string from;        ///< time of that day from which on it is shown, "HH:MM:SS"
+  double speed = 1.0;      ///< 0: as fast as it goes
+  bool until_end = false;  ///< end with the recorded day
 };
 void run_serve(const ServeArguments& arguments);
 

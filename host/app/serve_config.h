@@ -21,8 +21,8 @@ struct ServeConfig {
   std::string address = "127.0.0.1";
   std::uint16_t port = 8080;
   bool port_is_stated = false;
-  std::string token;  ///< of write operations; empty: there are none
-  std::string tiles;  ///< address of a base map's tiles; empty: none
+  std::string token;              ///< of write operations; empty: there are none
+  std::string tiles;              ///< address of a base map's tiles; empty: none
   std::string tiles_attribution;  ///< whom the base map's makers want to be named
   std::chrono::milliseconds cycle{1000};
   Seconds learn_at = std::chrono::hours(3) + std::chrono::minutes(30);  ///< by the city's clock

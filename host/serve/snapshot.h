@@ -95,9 +95,7 @@ struct ServiceCounts {
   std::uint64_t archive_failures = 0;
   std::uint64_t archive_losses = 0;  ///< rows that could not be stored
   std::uint64_t cycles = 0;
-  std::uint64_t trips_withheld = 0;  ///< trips that failed the check, added over the cycles
-  std::uint64_t feeds_withheld = 0;  ///< cycles in which the last good feed stood
-  double last_cycle_s = 0.0;         ///< time that the last cycle took
+  double last_cycle_s = 0.0;  ///< time that the last cycle took
 };
 
 /// All that the service shows, as of one moment: the only thing that its outputs are made from.

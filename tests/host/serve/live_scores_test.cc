@@ -23,8 +23,8 @@ class LiveScoresTest : public ::testing::Test {
       StopForecast stop;
       stop.stop = i;
       stop.observed = i < 4;
-      stop.arrival = {arrival, arrival - half_width, arrival + half_width,
-                      arrival - 2 * half_width, arrival + 2 * half_width};
+      stop.arrival = {arrival, arrival - half_width, arrival + half_width, arrival - 2 * half_width,
+                      arrival + 2 * half_width};
       forecast.stops.push_back(stop);
     }
     return forecast;
