@@ -28,7 +28,7 @@ class TimetableSourceTest : public ::testing::Test {
       std::ofstream(timetable() / name) << text;
     };
     table("agency.txt", "agency_id,agency_name,agency_url,agency_timezone\na,A,http://a,UTC\n");
-    table("stops.txt", "stop_id,stop_name,stop_lat,stop_lon\nA,A,0,0\nB,B,0,0.01\n");
+    table("stops.txt", "stop_id,stop_name,stop_lat,stop_lon\nA,A,53,-6\nB,B,53,-5.99\n");
     table("routes.txt", "route_id,agency_id,route_short_name,route_type\nr,a,1,3\n");
     table("calendar.txt",
           "service_id,monday,tuesday,wednesday,thursday,friday,saturday,sunday,start_date,end_date"
