@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "app/exit_code.h"
+#include "app/toml_reader.h"
 
 namespace qiv {
 namespace {
@@ -156,14 +157,7 @@ void read_section(const std::filesystem::path& file, const std::vector<Key>& key
 }  // namespace
 
 CityConfig read_city_config(const std::filesystem::path& file) {
-  toml::table table;
-  try {
-    table = toml::parse_file(file.string());
-  } catch (const toml::parse_error& error) {
-    std::ostringstream message;
-    message << file.string() << ":" << error.source().begin.line << ": " << error.description();
-    throw CommandError(ExitCode::usage, message.str());
-  }
+  const toml::table table = read_toml(file);
   CityConfig config;
   config.name = file.parent_path().filename().string();
   for (const auto& [name, node] : table) {

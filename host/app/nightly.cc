@@ -30,9 +30,7 @@ double score(City& city, const RecordedRuns& runs, const LearnedSettings& settin
   options.replay.engine = city.config().engine;
   Evaluation evaluation(city.network(), settings, options);
   for (const ServiceDate day : days) {
-    evaluation.add_day(day, city.positions(day), [&](PatternIndex pattern, const Grid& grid) {
-      return runs.before(day, pattern, grid);
-    });
+    evaluation.add_day(day, city.positions(day), runs.source_before(day));
   }
   return evaluation.scorecard().on_display.front().mean_mae_s;
 }

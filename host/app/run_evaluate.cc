@@ -69,9 +69,7 @@ void run_evaluate(const EvaluateArguments& arguments) {
     bar.show(0.2 + 0.8 * static_cast<double>(i) / static_cast<double>(days.size()),
              days[i].to_iso_string());
     const ServiceDate day = days[i];
-    evaluation.add_day(day, city.positions(day), [&](PatternIndex pattern, const Grid& grid) {
-      return runs.before(day, pattern, grid);
-    });
+    evaluation.add_day(day, city.positions(day), runs.source_before(day));
   }
   Scorecard card = evaluation.scorecard();
   card.city = city.config().name;

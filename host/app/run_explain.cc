@@ -101,12 +101,8 @@ void run_explain(const ExplainArguments& arguments) {
   const RecordedRuns runs =
       city.follow(moment.day - std::chrono::days(1), [](double, ServiceDate) {});
   const LearnedSettings settings = city.settings();
-  TrackedEngine tracked(
-      city.network(), settings,
-      [&](PatternIndex pattern, const Grid& grid) {
-        return runs.before(moment.day, pattern, grid);
-      },
-      city.config().track, city.config().engine);
+  TrackedEngine tracked(city.network(), settings, runs.source_before(moment.day),
+                        city.config().track, city.config().engine);
   for (const VehiclePosition& position : positions) {
     tracked.advance(position.received);
     tracked.take(position);

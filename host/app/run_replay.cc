@@ -48,10 +48,7 @@ void run_replay(const ReplayArguments& arguments) {
   options.track = city.config().track;
   options.engine = city.config().engine;
   options.engine.mode = travel ? ForecastMode::travel : ForecastMode::arrival;
-  Replay replay(
-      city.network(), settings,
-      [&](PatternIndex pattern, const Grid& grid) { return runs.before(day, pattern, grid); },
-      options);
+  Replay replay(city.network(), settings, runs.source_before(day), options);
   std::ofstream file;
   if (!arguments.out.empty()) file.open(arguments.out, std::ios::binary);
   std::ostream& out = arguments.out.empty() ? std::cout : file;

@@ -172,9 +172,7 @@ void serve_recorded(Serving& serving, const ServeArguments& arguments) {
   const RecordedRuns runs = city.follow(day - std::chrono::days(1), [](double, ServiceDate) {});
   LiveCityOptions options = serving.city_options();
   options.records = false;
-  const auto histories = [&](const Network&, Instant) {
-    return [&](PatternIndex pattern, const Grid& grid) { return runs.before(day, pattern, grid); };
-  };
+  const auto histories = [&](const Network&, Instant) { return runs.source_before(day); };
   LiveCity live(serving.network(), city.settings(), city.archive(), histories, options);
   RecordedPace pace;
   pace.speed = arguments.speed;

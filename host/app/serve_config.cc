@@ -1,8 +1,5 @@
 #include "app/serve_config.h"
 
-#include <limits>
-#include <sstream>
-
 #include "app/exit_code.h"
 #include "app/toml_reader.h"
 
@@ -147,20 +144,10 @@ std::vector<const toml::table*> source_tables(const std::filesystem::path& file,
   return result;
 }
 
-toml::table parsed(const std::filesystem::path& file) {
-  try {
-    return toml::parse_file(file.string());
-  } catch (const toml::parse_error& error) {
-    std::ostringstream message;
-    message << file.string() << ":" << error.source().begin.line << ": " << error.description();
-    throw CommandError(ExitCode::usage, message.str());
-  }
-}
-
 }  // namespace
 
 ServeConfig read_serve_config(const std::filesystem::path& file) {
-  const toml::table table = parsed(file);
+  const toml::table table = read_toml(file);
   ServeConfig config;
   config.timetable.interval = std::chrono::minutes(1);
   if (const toml::table* const serve = section(file, table, "serve")) {

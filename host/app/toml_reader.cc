@@ -24,6 +24,16 @@ std::string shown(Number number) {
 
 }  // namespace
 
+toml::table read_toml(const std::filesystem::path& file) {
+  try {
+    return toml::parse_file(file.string());
+  } catch (const toml::parse_error& error) {
+    std::ostringstream message;
+    message << file.string() << ":" << error.source().begin.line << ": " << error.description();
+    throw CommandError(ExitCode::usage, message.str());
+  }
+}
+
 const toml::node* TomlReader::find(const char* key) {
   _known.insert(key);
   return _table.get(key);

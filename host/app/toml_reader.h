@@ -11,6 +11,9 @@
 
 namespace qiv {
 
+/// Parses a configuration. Throws `CommandError` with file and line for text that is not TOML.
+toml::table read_toml(const std::filesystem::path& file);
+
 /// Reads the keys of one table of a configuration. Every mistake is a `CommandError` that names
 /// file, line and remedy.
 class TomlReader {

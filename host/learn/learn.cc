@@ -52,9 +52,7 @@ LearnedSettings learn(const Network& network, const RecordedRuns& runs, ServiceD
       const std::lock_guard lock(calling);
       recorded = positions(day);
     }
-    evaluation.add_day(day, recorded, [&](PatternIndex pattern, const Grid& grid) {
-      return runs.before(day, pattern, grid);
-    });
+    evaluation.add_day(day, recorded, runs.source_before(day));
     return errors;
   };
   const std::vector<ServiceDate> days = calibration_days(runs, until, options.calibration_days);

@@ -157,6 +157,10 @@ PatternPast RecordedRuns::past(PatternIndex pattern, const Grid& grid, ServiceDa
   return past;
 }
 
+HistorySource RecordedRuns::source_before(ServiceDate day) const {
+  return [this, day](PatternIndex pattern, const Grid& grid) { return before(day, pattern, grid); };
+}
+
 std::vector<Trajectory> RecordedRuns::before(ServiceDate day, const PatternPast& past) const {
   const auto own_end = end_before(past.own, day);
   std::size_t missing =

@@ -4,6 +4,7 @@
 #include <map>
 #include <vector>
 
+#include "engine/engine.h"
 #include "history/archive_records.h"
 #include "history/grid.h"
 #include "history/pattern_outline.h"
@@ -47,6 +48,9 @@ class RecordedRuns {
   /// counted in `rejections`, when it is given.
   std::vector<Trajectory> before(ServiceDate day, PatternIndex pattern, const Grid& grid,
                                  Rejections* rejections = nullptr) const;
+
+  /// `before` as the engine asks for it. The runs must outlive the source.
+  HistorySource source_before(ServiceDate day) const;
 
   /// What `before` chooses from, for any day from `first_day` on.
   PatternPast past(PatternIndex pattern, const Grid& grid, ServiceDate first_day,

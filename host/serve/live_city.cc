@@ -230,24 +230,31 @@ std::vector<TripForecast> LiveCity::displayed(Instant now) {
   return shown;
 }
 
+/// Puts what earlier timetables say of the vehicles on their trips in the place of what the present
+/// one says.
+void LiveCity::add_retiring(std::vector<Tracker::VehicleReport>& said) const {
+  std::map<VehicleId, Tracker::VehicleReport> by_vehicle;
+  for (const auto& old : _retiring) {
+    for (const Tracker::VehicleReport& report : old->tracked.tracker().vehicles()) {
+      if (report.trip) by_vehicle.emplace(report.vehicle, report);
+    }
+  }
+  for (const Tracker::VehicleReport& report : said) by_vehicle.emplace(report.vehicle, report);
+  said.clear();
+  for (const auto& [vehicle, report] : by_vehicle) said.push_back(report);
+}
+
 std::vector<VehicleView> LiveCity::vehicle_views(const std::vector<TripForecast>& shown,
                                                  Instant now) {
   std::erase_if(_seen, [&](const auto& entry) {
     return now - entry.second.received > _options.track.memory;
   });
-  std::map<VehicleId, Tracker::VehicleReport> said;
-  for (const auto& old : _retiring) {
-    for (const Tracker::VehicleReport& report : old->tracked.tracker().vehicles()) {
-      if (report.trip) said.emplace(report.vehicle, report);
-    }
-  }
-  for (const Tracker::VehicleReport& report : _current->tracked.tracker().vehicles()) {
-    said.emplace(report.vehicle, report);
-  }
+  std::vector<Tracker::VehicleReport> said = _current->tracked.tracker().vehicles();
+  if (!_retiring.empty()) add_retiring(said);
   std::vector<VehicleView> views;
   views.reserve(said.size());
-  for (const auto& [vehicle, report] : said) {
-    const auto seen = _seen.find(vehicle);
+  for (const Tracker::VehicleReport& report : said) {
+    const auto seen = _seen.find(report.vehicle);
     views.push_back(view_of(report, seen == _seen.end() ? nullptr : &seen->second, shown));
   }
   return views;

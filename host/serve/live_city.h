@@ -96,6 +96,7 @@ class LiveCity {
   const LiveTrip* find(const TripKey& trip, Generation*& on) const;
   bool take_on_old(const VehiclePosition& position);
   std::vector<TripForecast> displayed(Instant now);
+  void add_retiring(std::vector<Tracker::VehicleReport>& said) const;
   std::vector<VehicleView> vehicle_views(const std::vector<TripForecast>& shown, Instant now);
   VehicleView view_of(const Tracker::VehicleReport& report, const VehiclePosition* seen,
                       const std::vector<TripForecast>& shown) const;

@@ -10,17 +10,16 @@ std::string age_text(const char* what, Seconds age) {
   return std::string(what) + " is " + std::to_string(age.count()) + " s old";
 }
 
-/// Content that says nothing at all because it could not be read.
-bool is_malformed(const PositionBatch& batch) {
-  return !batch.time && batch.positions.empty() && !batch.rejections.empty();
-}
-
 std::string first_rejection(const PositionBatch& batch) {
   const auto& [reason, entry] = *batch.rejections.entries().begin();
   return reason + ": " + entry.first;
 }
 
 }  // namespace
+
+bool is_malformed(const PositionBatch& batch) {
+  return !batch.time && batch.positions.empty() && !batch.rejections.empty();
+}
 
 FeedMonitor::FeedMonitor(FeedMonitorOptions options) : _options(std::move(options)) {
   _view.name = _options.name;

@@ -10,6 +10,9 @@
 
 namespace qiv {
 
+/// True for content that says nothing at all because it could not be read.
+bool is_malformed(const PositionBatch& batch);
+
 struct FeedMonitorOptions {
   std::string name;
   std::string kind;  ///< for people

@@ -64,7 +64,7 @@ bool PolledSource::poll(const std::stop_token& stop, const TakePositions& take) 
   PositionBatch batch = _options.format == PositionFormat::siri_vm
                             ? read_siri_vm(answer.body, reading)
                             : read_vehicle_positions(answer.body, reading);
-  const bool malformed = !batch.time && batch.positions.empty() && !batch.rejections.empty();
+  const bool malformed = is_malformed(batch);
   if (_monitor.accepts(now, batch)) take(std::move(batch.positions));
   if (malformed) return false;
   _options.request.etag = answer.etag;

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "evaluate/plot_svg.h"
 #include "serve/web/embedded_page.h"
 
 namespace qiv {
@@ -32,29 +33,6 @@ std::string host_of(const std::string& tiles) {
   return host;
 }
 
-std::string in_attribute(const std::string& text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
-}
-
 void replace_all(std::string& text, std::string_view what, const std::string& by) {
   for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at)) {
     text.replace(at, what.size(), by);
@@ -74,8 +52,8 @@ std::map<std::string, StaticFile> page_files(const BaseMap& base_map) {
     if (embedded.hashed) file.cache_control = for_ever;
     if (embedded.path == "/index.html") {
       replace_all(file.bytes, "{{tile_host}}", tile_host);
-      replace_all(file.bytes, "{{tiles}}", in_attribute(base_map.tiles));
-      replace_all(file.bytes, "{{tiles_attribution}}", in_attribute(base_map.attribution));
+      replace_all(file.bytes, "{{tiles}}", escape_markup(base_map.tiles));
+      replace_all(file.bytes, "{{tiles_attribution}}", escape_markup(base_map.attribution));
     }
     files.emplace(embedded.path, std::move(file));
   }
