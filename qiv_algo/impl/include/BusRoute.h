@@ -104,10 +104,16 @@ class QIV_ALGO_API BusRoute {
 
  private:
   friend class MilestoneWalk;
+  friend class Prefetch;
+
+  QIV_ALGO_LOCAL void add_bus_stop(double offset, const std::string& stopID);
 
   const Journey& _journey;
   std::deque<BusStopLocation> _bus_stop;
   std::deque<double> _interpolation;
+
+  // The offsets of the bus stops side by side: every forecast reads all that lie ahead.
+  std::vector<double> _offset;
 };
 
 #endif  // QIV_BUS_ROUTE_H

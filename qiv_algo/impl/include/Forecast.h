@@ -98,6 +98,8 @@ class QIV_ALGO_API Forecast {
   double get_confidence() const { return _confidence; }
 
  private:
+  friend class Prefetch;
+
   std::vector<Time> _forecast;
   Mode _mode;
   double _quality;

@@ -17,7 +17,8 @@ const double nowhere = -std::numeric_limits<double>::infinity();
 
 }  // namespace
 
-BusRoute::BusRoute(Journey& journey) : _journey(journey), _bus_stop(), _interpolation() {}
+BusRoute::BusRoute(Journey& journey)
+    : _journey(journey), _bus_stop(), _interpolation(), _offset() {}
 
 void BusRoute::read_milestones(const std::vector<double>& offset_list) {
   _interpolation.assign(offset_list.begin(), offset_list.end());
@@ -25,22 +26,20 @@ void BusRoute::read_milestones(const std::vector<double>& offset_list) {
 
 void BusRoute::read_bus_stops(const std::vector<double>& offset_list,
                               const std::vector<std::string>& stopID_list) {
-  _bus_stop.clear();
+  remove_bus_stops();
   for (std::size_t i = 0; i < offset_list.size(); ++i) {
-    _bus_stop.push_back(
-        BusStopLocation(offset_list[i], i < stopID_list.size() ? stopID_list[i] : std::string()));
+    add_bus_stop(offset_list[i], i < stopID_list.size() ? stopID_list[i] : std::string());
   }
 }
 
 void BusRoute::read(const std::vector<double>& offset_list, const std::vector<bool>& isStop_list,
                     const std::vector<std::string>& stopID_list) {
-  _bus_stop.clear();
-  _interpolation.clear();
+  remove_bus_stops();
+  remove_milestones();
   for (std::size_t i = 0; i < offset_list.size(); ++i) {
     _interpolation.push_back(offset_list[i]);
     if (i < isStop_list.size() && isStop_list[i]) {
-      _bus_stop.push_back(
-          BusStopLocation(offset_list[i], i < stopID_list.size() ? stopID_list[i] : std::string()));
+      add_bus_stop(offset_list[i], i < stopID_list.size() ? stopID_list[i] : std::string());
     }
   }
 }
@@ -49,8 +48,16 @@ void BusRoute::remove_milestones() {
   _interpolation.clear();
 }
 
+// The offset first: where memory runs out between the two, the stop is not there, and what is
+// behind the stops of `_offset` is not read.
+void BusRoute::add_bus_stop(double offset, const std::string& stopID) {
+  _offset.push_back(offset);
+  _bus_stop.push_back(BusStopLocation(offset, stopID));
+}
+
 void BusRoute::remove_bus_stops() {
   _bus_stop.clear();
+  _offset.clear();
 }
 
 unsigned int BusRoute::get_nb_milestones() const {
@@ -152,5 +159,5 @@ bool BusRoute::is_in_termination_stop(double offset, double max_error) const {
 }
 
 double BusRoute::get_offset(unsigned int index) const {
-  return _bus_stop[index].offset;
+  return _offset[index];
 }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "KernelRegression.h"
+#include "Prefetch.h"
 #include "RQLogger.h"
 #include "exception_contract.h"
 #include "text_stream.h"
@@ -291,8 +292,11 @@ Forecast* Journey::update(const std::string& vehicleID, const VehicleJourneyRef&
   if (is_stale(shapeVersionTime, shapeVersionID)) return nullptr;
   if (!_bus_route.milestones_is_initialized()) return nullptr;
   if (!_bus_route.is_in_range(offset)) return nullptr;
-  Vehicle* vehicle = _vehicle[vehicleID];
   const History* const history = _history[category];
+  if (history != nullptr && TileReader::has_tiles(*history)) Prefetch::read(*history);
+  Prefetch::read(_bus_route);
+  Prefetch::write(_forecast);
+  Vehicle* vehicle = _vehicle[vehicleID];
   if (vehicle != nullptr) {
     vehicle->update_position(vehicleJourneyRef, offset, time, max_error);
   } else {
