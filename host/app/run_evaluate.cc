@@ -44,6 +44,7 @@ void check_period(const EvaluateArguments& arguments, ServiceDate from, ServiceD
 }  // namespace
 
 void run_evaluate(const EvaluateArguments& arguments) {
+  if (!arguments.hide_trips.empty()) return run_evaluate_assignment(arguments);
   City city(arguments.city);
   const ServiceDate from = parse_day(arguments.from, "--from");
   const ServiceDate to = parse_day(arguments.to, "--to");

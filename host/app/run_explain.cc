@@ -103,10 +103,9 @@ void run_explain(const ExplainArguments& arguments) {
   const LearnedSettings settings = city.settings();
   TrackedEngine tracked(city.network(), settings, runs.source_before(moment.day),
                         city.config().track, city.config().engine);
-  for (const VehiclePosition& position : positions) {
-    tracked.advance(position.received);
-    tracked.take(position);
-  }
+  for_each_second(positions, [&](std::span<const VehiclePosition> together) {
+    tracked.take(together);
+  });
   Engine& engine = tracked.engine();
   const auto shown = engine.forecast(key, at);
   if (!shown || shown->stops.empty()) {
@@ -116,10 +115,7 @@ void run_explain(const ExplainArguments& arguments) {
   }
   const Printer printer(city.network());
   printer.forecast(*shown);
-  if (const LiveTrip* const live = engine.live(key)) {
-    const auto explanation = explain(*live, engine.desk_of(live->schedule.pattern()));
-    if (explanation) printer.explanation(*explanation);
-  }
+  if (const auto explanation = engine.explain_trip(key)) printer.explanation(*explanation);
 }
 
 }  // namespace qiv

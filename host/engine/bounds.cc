@@ -14,18 +14,33 @@ Instant to_instant(double time_s) {
 
 BoundedTime bound(const RawTime& raw, TripState state, Instant now,
                   const Calibration& calibration) {
-  const Seconds lead = std::max(to_instant(raw.time_s) - now, Seconds(0));
+  Instant until = Instant::max();
+  return bound(raw, state, now, calibration, until);
+}
+
+BoundedTime bound(const RawTime& raw, TripState state, Instant now, const Calibration& calibration,
+                  Instant& until) {
+  const Instant time = to_instant(raw.time_s);
+  const Seconds lead = std::max(time - now, Seconds(0));
   const BoundQuantiles& quantiles = calibration.at(state, lead);
   const double spread_s = std::sqrt(raw.variance_s2 + quantiles.floor_s * quantiles.floor_s);
+  Instant earliest = time;
   const auto at = [&](double quantile) {
-    return std::max(to_instant(raw.time_s + quantile * spread_s), now);
+    const Instant end = to_instant(raw.time_s + quantile * spread_s);
+    earliest = std::min(earliest, end);
+    return std::max(end, now);
   };
   BoundedTime bounded;
-  bounded.time = std::max(to_instant(raw.time_s), now);
+  bounded.time = std::max(time, now);
   bounded.lower_68 = std::min(at(quantiles.q16), bounded.time);
   bounded.upper_68 = std::max(at(quantiles.q84), bounded.time);
   bounded.lower_90 = std::min(at(quantiles.q05), bounded.lower_68);
   bounded.upper_90 = std::max(at(quantiles.q95), bounded.upper_68);
+  until = std::min(until, std::max(now, earliest));
+  const std::size_t bucket = Calibration::lead_bucket(lead);
+  if (bucket > 0) {
+    until = std::min(until, time - std::chrono::minutes(Calibration::lead_ends_min[bucket - 1]));
+  }
   return bounded;
 }
 

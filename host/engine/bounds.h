@@ -17,6 +17,10 @@ struct RawTime {
 /// predicted lead: time + q * sqrt(variance + floor^2). Never before `now`.
 BoundedTime bound(const RawTime& raw, TripState state, Instant now, const Calibration& calibration);
 
+/// The same, which lowers `until` to the last `now` that gives the same interval.
+BoundedTime bound(const RawTime& raw, TripState state, Instant now, const Calibration& calibration,
+                  Instant& until);
+
 /// Makes every field of `arrival` never decrease along the forecast stops of a trip, and no
 /// departure come before its arrival. Observed stops stay as they are.
 void make_monotone(std::vector<StopForecast>& stops);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "engine/bounds.h"
 
@@ -42,6 +44,12 @@ class PlaceTimes {
     return {time_s(place), std::max(0.0, _input.forecast.rows[place].variance_s2)};
   }
   double shift_s() const { return _shift_s; }
+  /// A vehicle that was seen no later than then is not overdue; the beginning of time where it is.
+  Instant overdue_after() const {
+    if (_shift_s > 0.0) return Instant::min();
+    if (_input.forecast.first >= _input.forecast.rows.size()) return Instant::max();
+    return from_unix_seconds(static_cast<long long>(std::floor(time_s(_input.forecast.first))));
+  }
 
  private:
   double on_clock(std::size_t place, double library_s) const {
@@ -61,15 +69,16 @@ void set_observed(StopForecast& stop, Instant time) {
 
 }  // namespace
 
-void fill_stops(TripForecast& result, const DisplayInput& input, Instant now) {
+DisplayHold fill_stops(TripForecast& result, const DisplayInput& input, Instant now) {
   const PlaceTimes times(input);
+  DisplayHold hold{Instant::max(), times.overdue_after()};
   result.state = input.state;
   if (input.state == TripState::under_way && times.shift_s() > 0.0) {
     result.state = TripState::overdue;
   }
   const std::size_t last = input.pattern.stops.size() - 1;
-  result.stops.clear();
-  result.stops.reserve(last + 1);
+  std::vector<StopForecast> stops;
+  stops.reserve(last + 1);
   for (std::size_t j = 0; j <= last; ++j) {
     const std::size_t arrival = Grid::arrival_place(j);
     StopForecast stop;
@@ -79,7 +88,7 @@ void fill_stops(TripForecast& result, const DisplayInput& input, Instant now) {
       set_observed(stop, to_instant(times.time_s(arrival)));
     } else {
       const RawTime raw = times.raw(arrival);
-      stop.arrival = bound(raw, result.state, now, input.calibration);
+      stop.arrival = bound(raw, result.state, now, input.calibration, hold.now);
       stop.spread_s = std::sqrt(raw.variance_s2);
       stop.library_lower = times.lower(arrival);
       stop.library_upper = times.upper(arrival);
@@ -89,9 +98,11 @@ void fill_stops(TripForecast& result, const DisplayInput& input, Instant now) {
       const Instant departure = to_instant(times.time_s(Grid::departure_place(j)));
       stop.departure = std::max(stop.departure, departure);
     }
-    result.stops.push_back(stop);
+    stops.push_back(stop);
   }
-  make_monotone(result.stops);
+  make_monotone(stops);
+  result.stops = std::move(stops);
+  return hold;
 }
 
 }  // namespace qiv

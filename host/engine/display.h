@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/forecast_library.h"
+#include "engine/kept_display.h"
 #include "engine/live_trip.h"
 #include "engine/trip_clock.h"
 #include "model/settings.h"
@@ -25,7 +26,7 @@ struct DisplayInput {
 
 /// Fills state and stops of `result` as of `now`. A trip under way whose next place is forecast for
 /// a time at which the vehicle was seen not to be there yet is overdue: all that remains moves by
-/// the shortfall.
-void fill_stops(TripForecast& result, const DisplayInput& input, Instant now);
+/// the shortfall. Returns how long this holds.
+DisplayHold fill_stops(TripForecast& result, const DisplayInput& input, Instant now);
 
 }  // namespace qiv

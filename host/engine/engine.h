@@ -1,18 +1,15 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
-#include <set>
-#include <string>
 #include <vector>
 
-#include "engine/forecast_library.h"
-#include "engine/live_trip.h"
-#include "engine/pattern_desk.h"
-#include "history/trajectory.h"
+#include "engine/crew.h"
+#include "engine/engine_options.h"
+#include "engine/engine_shard.h"
+#include "engine/explain.h"
+#include "engine/trip_roster.h"
 #include "model/rejections.h"
 #include "model/settings.h"
 #include "model/trip_forecast.h"
@@ -21,87 +18,73 @@
 
 namespace qiv {
 
-struct DisplayInput;
-
-struct EngineOptions {
-  /// Trips are announced so long before their scheduled departure.
-  Seconds announce{3600};
-  /// A trip that no vehicle has begun so long after its scheduled departure is announced no more.
-  Seconds ghost_patience{600};
-  /// What a position may be off at most before the library rejects it, beside its own error.
-  double least_error_m = 50.0;
-  /// What is forecast: the arrival at every stop, or the travel time of every leg.
-  ForecastMode mode = ForecastMode::arrival;
-};
-
-/// The earlier trips of a pattern on a grid, in the order of finishing.
-using HistorySource = std::function<std::vector<Trajectory>(PatternIndex, const Grid&)>;
-
 /// Turns what the tracker says into forecasts. Deterministic: time comes in with the events and
 /// with each question; nothing is stored but in memory.
+///
+/// The vehicles are dealt out to shards by their names. A forecast depends on its own vehicle's
+/// reports and on the histories, which every shard has whole; so nothing that is said here depends
+/// on the number of shards.
 class Engine {
  public:
-  /// `network` and `settings` must outlive the engine. `history` is asked once for each pattern,
-  /// when its first trip is met.
+  /// `network` and `settings` must outlive the engine. `history` is asked once for each pattern
+  /// and shard, when its first trip is met, by one thread at a time.
   Engine(const Network& network, const LearnedSettings& settings, HistorySource history,
          EngineOptions options = {});
-  ~Engine();
 
   /// Takes one event, in order.
   void apply(const TrackEvent& event);
 
+  /// The same in two steps, for several threads. First each shard takes the events of its vehicles
+  /// in a thread of its own, in order; then one thread tells all of them here, in order.
+  void note(const TrackEvent& event);
+  std::size_t shard_of(const VehicleId& vehicle) const;
+  EngineShard& shard(std::size_t number) { return *_shards[number]; }
+  /// The threads of the shards.
+  Crew& crew() { return _crew; }
+
   /// What is on display at `now`: the trips under way, those that wait at their first stop, and
-  /// those that are announced, in the order of their keys. Costs no call of the library but for
-  /// categories that are asked for the first time.
+  /// those that are announced, in the order of their keys. Of several vehicles on one trip the one
+  /// that leads is shown.
   std::vector<TripForecast> forecasts(Instant now);
 
   /// The same for one trip; nothing when it is not on display.
   std::optional<TripForecast> forecast(const TripKey& trip, Instant now);
 
-  /// The trips that have ended since the last call, for the caller to store.
-  std::vector<TripRun> take_finished();
-
   /// Adds a finished trip to the histories. Returns false, and counts why, when it is no trip to
   /// learn from.
   bool learn_from(const TripRun& run, Instant finished);
 
-  /// The trip with its vehicle; null when it has none.
+  /// Whether the vehicle is the one that is shown on the trip.
+  bool leads(const VehicleId& vehicle, const TripKey& trip) const {
+    return _roster.leads(vehicle, trip);
+  }
+
+  /// The trip with the vehicle that leads on it; null when it has none.
   const LiveTrip* live(const TripKey& trip) const;
 
-  /// The pattern at work; opened if it is not yet.
-  PatternDesk& desk_of(PatternIndex pattern);
+  /// What is behind the last forecast of a trip under way; nothing for any other trip.
+  std::optional<Explanation> explain_trip(const TripKey& trip);
+
+  /// How far a trip under way is behind its timetable at its last progress, in seconds; nothing for
+  /// any other trip.
+  std::optional<double> delay_s(const TripKey& trip);
+
+  /// The pattern at work, for a trip with or without a vehicle; opened if it is not yet.
+  PatternDesk& desk_of(const LiveTrip& trip);
+  PatternDesk& desk_of(PatternIndex pattern) { return _shards.front()->desk_of(pattern); }
 
   /// What the library and the rules for trajectories did not take, with the first case of each.
   Rejections rejections() const;
 
  private:
-  void on(const TripAssigned& event);
-  void on(const Waiting& event);
-  void on(const Progress& event);
-  void on(const StillThere& event);
-  void on(const Corrected& event);
-  void on(const TripEnded& event);
+  Instant turned_around(const ScheduledTrip& trip, const TripForecast& previous) const;
 
-  LiveTrip* find(const VehicleId& vehicle, const TripKey& trip);
-  void report(LiveTrip& trip, const Progress& progress);
-  TripForecast display(LiveTrip& trip, Instant now);
-  void fill(TripForecast& result, const DisplayInput& input, Instant now) const;
-  std::optional<TripForecast> display_announced(const ScheduledTrip& schedule, Instant now);
-  Instant expected_departure(const ScheduledTrip& schedule, Category category, Instant not_before,
-                             Instant now);
-  std::vector<ScheduledTrip> announced(Instant now);
-
-  const Network& _network;
   const LearnedSettings& _settings;
-  HistorySource _history;
   EngineOptions _options;
-  ForecastLibrary _library;
-  std::map<PatternIndex, std::unique_ptr<PatternDesk>> _desks;
-  std::map<TripKey, LiveTrip> _live;
-  std::set<TripKey> _begun;  ///< trips that have had a vehicle under way
-  std::map<ServiceDate, std::vector<TripIndex>> _trips_on;
-  std::vector<TripRun> _finished;
-  Rejections _rejections;
+  TripRoster _roster;
+  std::mutex _history_mutex;
+  std::vector<std::unique_ptr<EngineShard>> _shards;
+  Crew _crew;
 };
 
 }  // namespace qiv

@@ -104,7 +104,7 @@ bool ForecastLibrary::add_trajectory(const PatternRef& pattern, Category categor
                                      category, {times_s.begin(), times_s.end()});
     return true;
   } catch (invalid_history& error) {
-    _rejections.add(first_line(error.what()), [&] { return pattern.text(); });
+    _rejected_trajectories.add(first_line(error.what()), [&] { return pattern.text(); });
     return false;
   }
 }
@@ -121,15 +121,15 @@ std::optional<LibraryForecast> ForecastLibrary::report(const PatternRef& pattern
         pattern.text(), key, VehicleJourneyRef(key, ""), shape_time, _shape_version_ids.at(pattern),
         category, offset_m, time_s, error_m);
     if (record == nullptr) {
-      _rejections.add("report not used by the library", quote);
+      _rejected_reports.add("report not used by the library", quote);
       return std::nullopt;
     }
     if (!(record->get_confidence() > 0.0)) return std::nullopt;
     return copy_record(*record);
   } catch (invalid_update& error) {
-    _rejections.add(first_line(error.what()), quote);
+    _rejected_reports.add(first_line(error.what()), quote);
   } catch (std::invalid_argument& error) {
-    _rejections.add(first_line(error.what()), quote);
+    _rejected_reports.add(first_line(error.what()), quote);
   }
   return std::nullopt;
 }

@@ -80,7 +80,8 @@ class ForecastLibrary {
   ForecastMode mode() const { return _mode; }
 
   /// Reports and trajectories that the library rejected, by the first line of its text.
-  const Rejections& rejections() const { return _rejections; }
+  const Rejections& rejected_reports() const { return _rejected_reports; }
+  const Rejections& rejected_trajectories() const { return _rejected_trajectories; }
 
  private:
   struct Registry;
@@ -88,7 +89,8 @@ class ForecastLibrary {
   std::unique_ptr<Registry> _registry;
   ForecastMode _mode;
   std::map<PatternRef, long long> _shape_version_ids;
-  Rejections _rejections;
+  Rejections _rejected_reports;
+  Rejections _rejected_trajectories;
 };
 
 }  // namespace qiv

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/forecast_library.h"
+#include "engine/kept_display.h"
 #include "engine/pattern_desk.h"
 #include "engine/trip_clock.h"
 #include "model/trip_run.h"
@@ -30,6 +31,7 @@ struct LiveTrip {
   std::vector<Progress> progress;      ///< what the library was told; empty while waiting
   std::vector<LibraryReport> reports;  ///< the same as `progress`, on the library's clock
   std::optional<LibraryForecast> latest;
+  KeptDisplay shown;
   std::size_t trips_at_start = 0;  ///< earlier trips in the category at the first report ...
   std::size_t trips_at_last = 0;   ///< ... and at the last
 };

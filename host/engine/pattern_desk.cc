@@ -55,6 +55,7 @@ PatternDesk::PatternDesk(const Network& network, PatternIndex pattern,
 }
 
 void PatternDesk::add(const Trajectory& trajectory) {
+  ++_version;
   const std::vector<int> times_s = library_times(trajectory);
   for (const Category category : categories_of(trajectory)) {
     add_to(category, trajectory, times_s);

@@ -51,6 +51,10 @@ class PatternDesk {
   /// Adds a trip that has just finished, in all of its categories.
   void add(const Trajectory& trajectory);
 
+  /// One more with every trip that was added: what is chosen and forecast without a vehicle is the
+  /// same as long as this is.
+  std::uint64_t version() const { return _version; }
+
   /// The finest category with enough trips; without any, the trip's own timetable, which is given
   /// to the library as a category of its own.
   HistoryChoice choose(const TripPlan& trip, ServiceDate day);
@@ -93,6 +97,7 @@ class PatternDesk {
   std::map<Category, std::vector<Seconds>> _departure_delays;  ///< each ascending
   std::map<Category, std::optional<LibraryForecast>> _fresh;
   std::map<std::vector<int>, Category> _timetables;
+  std::uint64_t _version = 0;
 };
 
 }  // namespace qiv

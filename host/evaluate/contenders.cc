@@ -125,7 +125,7 @@ const ContenderPredictions& Contenders::predict(const ScheduledTrip& trip, Insta
 Contenders::Standing Contenders::compute(const ScheduledTrip& trip, const LiveTrip& live) {
   Standing standing;
   standing.reports = live.progress.size();
-  const PatternDesk& desk = _engine.desk_of(trip.pattern());
+  const PatternDesk& desk = _engine.desk_of(live);
   const Progress& last = live.progress.back();
   predict_from(trip, desk, live.choice.category, grid_offset_m(desk.grid(), desk.pattern(), last),
                static_cast<double>(unix_seconds(last.time)), standing.predictions);

@@ -239,8 +239,7 @@ void Evaluation::Day::close() {
   }
   for (const auto& [key, run] : _sums) _tally.runs.push_back(run);
   _tally.ghosts += _promised.size();
-  _tally.rejections.merge(_replay.engine().rejections());
-  _tally.rejections.merge(_replay.tracker().rejections());
+  _tally.rejections.merge(_replay.rejections());
 }
 
 Evaluation::Evaluation(const Network& network, const LearnedSettings& settings,

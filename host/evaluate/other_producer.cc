@@ -19,18 +19,8 @@ const PredictedArrivals* OtherProducer::predict(const Network& network, const Tr
 
 void OtherProducer::take(const TripUpdateBatch& snapshot, const Network& network) {
   _taken = snapshot.time;
-  _arrivals.clear();
-  for (const TripUpdate& update : snapshot.updates) {
-    const auto trip = trip_of(update, network, _not_used);
-    if (!trip) continue;
-    const auto [entry, is_new] = _arrivals.try_emplace(trip->key);
-    if (!is_new) {
-      _not_used.add("second update for a trip", [&] { return to_string(trip->key); });
-      continue;
-    }
-    entry->second = predicted_arrivals(update, *trip, network, _not_used);
-    ++_updates;
-  }
+  _arrivals = arrivals_of(snapshot.updates, network, _not_used);
+  _updates += _arrivals.size();
 }
 
 RecordedSource OtherProducer::source() const {

@@ -24,7 +24,8 @@ class CallReader {
         _arrivals(trip.plan->size()),
         _carried(update.delay) {}
 
-  PredictedArrivals read() {
+  /// To be called once.
+  void read() {
     for (const PredictedCall& call : _update.calls) {
       const auto stop = find_stop(call);
       if (!stop) {
@@ -38,8 +39,10 @@ class CallReader {
       }
     }
     carry_up_to(_arrivals.size());
-    return std::move(_arrivals);
   }
+
+  PredictedArrivals take_arrivals() { return std::move(_arrivals); }
+  std::vector<std::size_t> take_skipped() { return std::move(_skipped); }
 
  private:
   void count(const char* reason) {
@@ -71,7 +74,10 @@ class CallReader {
   }
 
   void take(const PredictedCall& call, std::size_t stop) {
-    if (call.status == CallStatus::skipped) return count("call skipped");
+    if (call.status == CallStatus::skipped) {
+      _skipped.push_back(stop);
+      return count("call skipped");
+    }
     if (call.status == CallStatus::no_data) {
       _carried.reset();
       return count("call without data");
@@ -102,14 +108,15 @@ class CallReader {
   const Network& _network;
   Rejections& _not_used;
   PredictedArrivals _arrivals;
+  std::vector<std::size_t> _skipped;
   std::size_t _next = 0;
   std::optional<Seconds> _carried;
 };
 
 }  // namespace
 
-std::optional<ScheduledTrip> trip_of(const TripUpdate& update, const Network& network,
-                                     Rejections& not_used) {
+std::optional<ScheduledTrip> named_trip(const TripUpdate& update, const Network& network,
+                                        Rejections& not_used) {
   const auto reject = [&](const char* reason) {
     not_used.add(reason, [&] { return quote(update); });
     return std::nullopt;
@@ -124,13 +131,45 @@ std::optional<ScheduledTrip> trip_of(const TripUpdate& update, const Network& ne
   const auto day =
       update.start_date ? update.start_date : network.nearest_service_day(*plan, update.time);
   if (!day) return reject("trip does not run on any day near");
-  if (update.status == TripStatus::canceled) return reject("trip canceled");
   return network.schedule(*plan, *day);
+}
+
+std::optional<ScheduledTrip> trip_of(const TripUpdate& update, const Network& network,
+                                     Rejections& not_used) {
+  auto trip = named_trip(update, network, not_used);
+  if (!trip || update.status != TripStatus::canceled) return trip;
+  not_used.add("trip canceled", [&] { return quote(update); });
+  return std::nullopt;
 }
 
 PredictedArrivals predicted_arrivals(const TripUpdate& update, const ScheduledTrip& trip,
                                      const Network& network, Rejections& not_used) {
-  return CallReader(update, trip, network, not_used).read();
+  CallReader reader(update, trip, network, not_used);
+  reader.read();
+  return reader.take_arrivals();
+}
+
+std::vector<std::size_t> skipped_calls(const TripUpdate& update, const ScheduledTrip& trip,
+                                       const Network& network, Rejections& not_used) {
+  CallReader reader(update, trip, network, not_used);
+  reader.read();
+  return reader.take_skipped();
+}
+
+std::map<TripKey, PredictedArrivals> arrivals_of(std::span<const TripUpdate> updates,
+                                                 const Network& network, Rejections& not_used) {
+  std::map<TripKey, PredictedArrivals> arrivals;
+  for (const TripUpdate& update : updates) {
+    const auto trip = trip_of(update, network, not_used);
+    if (!trip) continue;
+    const auto [entry, is_new] = arrivals.try_emplace(trip->key);
+    if (is_new) {
+      entry->second = predicted_arrivals(update, *trip, network, not_used);
+    } else {
+      not_used.add("second update for a trip", [&] { return to_string(trip->key); });
+    }
+  }
+  return arrivals;
 }
 
 }  // namespace qiv

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "model/rejections.h"
@@ -12,9 +15,13 @@ namespace qiv {
 /// What a producer predicts for the arrival at each stop of a trip, where it predicts any.
 using PredictedArrivals = std::vector<std::optional<Instant>>;
 
-/// The trip of the timetable that an update is about; nothing, and counted, for one that the
-/// timetable does not have, that was added or canceled, or that does not say which repetition of a
-/// frequency-based trip it means. The day is inferred where it is not stated.
+/// The trip of the timetable that an update names; nothing, and counted, for one that the timetable
+/// does not have, that was added, or that does not say which repetition of a frequency-based trip
+/// it means. The day is inferred where it is not stated.
+std::optional<ScheduledTrip> named_trip(const TripUpdate& update, const Network& network,
+                                        Rejections& not_used);
+
+/// The same, and nothing for a trip that was canceled.
 std::optional<ScheduledTrip> trip_of(const TripUpdate& update, const Network& network,
                                      Rejections& not_used);
 
@@ -33,5 +40,15 @@ std::optional<ScheduledTrip> trip_of(const TripUpdate& update, const Network& ne
 /// counted, too.
 PredictedArrivals predicted_arrivals(const TripUpdate& update, const ScheduledTrip& trip,
                                      const Network& network, Rejections& not_used);
+
+/// The calls that the trip does not make, ascending: the stops that are skipped. Calls are found
+/// and counted as for `predicted_arrivals`.
+std::vector<std::size_t> skipped_calls(const TripUpdate& update, const ScheduledTrip& trip,
+                                       const Network& network, Rejections& not_used);
+
+/// What one snapshot of a producer's updates predicts, by trip. Of several updates for a trip the
+/// first counts. `not_used` as above.
+std::map<TripKey, PredictedArrivals> arrivals_of(std::span<const TripUpdate> updates,
+                                                 const Network& network, Rejections& not_used);
 
 }  // namespace qiv

@@ -11,17 +11,24 @@ Replay::Replay(const Network& network, const LearnedSettings& settings, HistoryS
 
 void Replay::run(std::span<const VehiclePosition> positions, const ReplayObserver& observer) {
   if (positions.empty()) return;
-  _tracked.observe({{}, observer.on_report, [&](const TripRun& run, Instant) {
-                      if (observer.on_finished) observer.on_finished(run);
-                    }});
+  TrackedEngineObserver told;
+  if (observer.on_report) {
+    told.on_report = [&](const Progress& progress, const TripForecast& shown) {
+      if (engine().leads(progress.vehicle, progress.trip)) observer.on_report(progress, shown);
+    };
+  }
+  if (observer.on_finished) {
+    told.on_finished = [&](const TripRun& run, Instant) { observer.on_finished(run); };
+  }
+  _tracked.observe(std::move(told));
   Instant tick = positions.front().received;
-  for (const VehiclePosition& position : positions) {
-    for (; tick < position.received; tick += _display_interval) {
+  for_each_second(positions, [&](std::span<const VehiclePosition> together) {
+    for (; tick < together.front().received; tick += _display_interval) {
       _tracked.advance(tick);
       if (observer.on_display) observer.on_display(tick, engine().forecasts(tick));
     }
-    _tracked.take(position);
-  }
+    _tracked.take(together);
+  });
   _tracked.finish(positions.back().received);
   _tracked.observe({});
 }

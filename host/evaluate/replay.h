@@ -21,7 +21,8 @@ struct ReplayOptions {
 struct ReplayObserver {
   /// The display, every `display_interval`.
   std::function<void(Instant now, const std::vector<TripForecast>& shown)> on_display;
-  /// The forecast of a trip right after one of its reports was passed on.
+  /// The forecast of a trip right after one of its reports was passed on; of several vehicles on
+  /// the trip, that of the one that leads.
   std::function<void(const Progress& progress, const TripForecast& shown)> on_report;
   /// A trip that has ended, before the histories take it.
   std::function<void(const TripRun& run)> on_finished;
@@ -40,7 +41,7 @@ class Replay {
 
   const Engine& engine() const { return _tracked.engine(); }
   Engine& engine() { return _tracked.engine(); }
-  const Tracker& tracker() const { return _tracked.tracker(); }
+  Rejections rejections() const { return _tracked.rejections(); }
 
  private:
   Seconds _display_interval;

@@ -79,8 +79,7 @@ class Archive {
   void note_followed(ServiceDate day, const std::string& state);
   /// How many runs were followed on a recorded day.
   std::size_t followed_runs(ServiceDate day) const;
-  /// The runs in the order in which they finished (receipt of the last progress; ties: by trip and
-  /// vehicle). Of one trip of a vehicle only one is read, even if it was followed on two recorded
+  /// The runs in the order in which they ended (ties: by trip and vehicle). Of one trip of a vehicle only one is read, even if it was followed on two recorded
   /// days or told by a service too: that of the latest recorded day. Their `Progress::pattern` is
   /// 0.
   void read_runs(const RunQuery& query, const std::function<void(ArchivedRun&&)>& take) const;

@@ -22,6 +22,9 @@ struct ArchivedRun {
   /// The recorded day whose positions it was followed on; none for a run that was told by a
   /// service.
   std::optional<ServiceDate> followed = std::nullopt;
+  /// When the trip was over, by the clock of receipt; if not known, when its last progress was
+  /// received.
+  std::optional<Instant> ended = std::nullopt;
 };
 
 /// Which runs: those on one pattern, or all; of days of service, both included, or all; without

@@ -12,9 +12,10 @@ namespace {
 /// In `run.followed`: told by a service.
 constexpr std::int64_t not_followed = 0;
 
-std::int64_t finishing_time(const TripRun& run) {
+std::int64_t finishing_time(const ArchivedRun& archived) {
+  if (archived.ended) return unix_seconds(*archived.ended);
   std::int64_t finished = 0;
-  for (const Progress& p : run.progress) {
+  for (const Progress& p : archived.run.progress) {
     finished = std::max(finished, std::int64_t{unix_seconds(p.received)});
   }
   return finished;
@@ -52,7 +53,7 @@ void Archive::Impl::insert_run(const ArchivedRun& archived, std::int64_t followe
       pattern = excluded.pattern, finished = excluded.finished,
       progress = excluded.progress, calls = excluded.calls)sql")
       .with(trip, day_number(run.trip.day), std::int64_t{run.trip.start.count()}, vehicle, followed,
-            pattern, finishing_time(run), Blob{progress}, calls_number)
+            pattern, finishing_time(archived), Blob{progress}, calls_number)
       .run();
 }
 
@@ -102,7 +103,7 @@ std::size_t Archive::followed_runs(ServiceDate day) const {
 void Archive::read_runs(const RunQuery& query,
                         const std::function<void(ArchivedRun&&)>& take) const {
   constexpr const char* select_of_pattern = R"sql(
-    SELECT run.trip, day, start, vehicle, pattern, progress, calls.times, followed
+    SELECT run.trip, day, start, vehicle, pattern, progress, calls.times, followed, finished
     FROM run JOIN name AS t ON t.id = run.trip JOIN name AS v ON v.id = vehicle
     LEFT JOIN calls ON calls.id = run.calls
     WHERE day BETWEEN ?1 AND ?2 AND followed <= ?3 AND pattern = ?4 AND NOT EXISTS (
@@ -111,7 +112,7 @@ void Archive::read_runs(const RunQuery& query,
       AND later.followed > run.followed AND later.followed <= ?3)
     ORDER BY finished, t.text, day, start, v.text)sql";
   constexpr const char* select_all = R"sql(
-    SELECT run.trip, day, start, vehicle, pattern, progress, calls.times, followed
+    SELECT run.trip, day, start, vehicle, pattern, progress, calls.times, followed, finished
     FROM run JOIN name AS t ON t.id = run.trip JOIN name AS v ON v.id = vehicle
     LEFT JOIN calls ON calls.id = run.calls
     WHERE day BETWEEN ?1 AND ?2 AND followed <= ?3 AND NOT EXISTS (
@@ -145,6 +146,7 @@ ArchivedRun Archive::Impl::read_run(const Query& select) {
   run.progress = std::move(*progress);
   found.calls = std::move(*calls);
   if (select.integer(7) != not_followed) found.followed = day_of(select.integer(7));
+  found.ended = from_unix_seconds(select.integer(8));
   return found;
 }
 

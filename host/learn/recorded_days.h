@@ -8,26 +8,12 @@
 #include "history/archive_records.h"
 #include "history/grid.h"
 #include "history/pattern_outline.h"
+#include "history/pattern_past.h"
 #include "history/trajectory.h"
 #include "model/rejections.h"
 #include "network/network.h"
 
 namespace qiv {
-
-/// When the trips of close relatives stand in for those that a pattern does not have.
-struct LendingOptions {
-  /// A pattern with fewer trips of its own is lent so many that it has as many as this; 0: never.
-  /// Each trip of its own that comes takes the place of a lent one. docs/learning.md has the
-  /// measurements behind it.
-  std::size_t enough_trips = 5;
-};
-
-/// The trajectories of a pattern on one grid, made once to be asked for many days.
-struct PatternPast {
-  std::vector<Trajectory> own;  ///< in order of day and finishing
-  /// Of the relatives, the closest first, each in order of day and finishing.
-  std::vector<std::vector<Trajectory>> lent;
-};
 
 /// Followed trips by pattern and day of service: the histories of any day are the trips of the days
 /// before it. The same trips added in any order give the same answers.
@@ -64,13 +50,12 @@ class RecordedRuns {
   std::vector<ServiceDate> days() const;
 
  private:
-  std::vector<Trajectory> own(PatternIndex pattern, const Grid& grid, Rejections* rejections) const;
-  std::vector<std::vector<Trajectory>> lent(PatternIndex pattern, const Grid& grid) const;
+  PastReader reader() const;
   const std::vector<ArchivedRun>& runs_of(const PatternRef& pattern) const;
 
   const Network& _network;
   LendingOptions _lending;
-  std::map<PatternRef, PatternOutline> _outlines;
+  PatternOutlines _outlines;
   std::map<PatternRef, std::vector<ArchivedRun>> _runs;  ///< in order of day and finishing
 };
 

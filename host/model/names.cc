@@ -21,6 +21,8 @@ const char* to_string(TripState state) {
       return "overdue";
     case TripState::finished:
       return "finished";
+    case TripState::canceled:
+      return "canceled";
   }
   return "unknown";
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "model/identifier.h"
+#include "model/shared_list.h"
 #include "model/time.h"
 #include "model/trip_run.h"
 
@@ -18,6 +19,7 @@ enum class TripState : std::uint8_t {
   under_way,
   overdue,  ///< under way, and behind what was forecast for the next stop
   finished,
+  canceled,  ///< will not run, as the agency says; its times are those of the timetable
 };
 
 const char* to_string(TripState state);
@@ -40,6 +42,8 @@ struct BoundedTime {
   Instant upper_68{};
   Instant lower_90{};
   Instant upper_90{};
+
+  friend bool operator==(const BoundedTime&, const BoundedTime&) = default;
 };
 
 /// The forecast, or the observation, at one stop of a trip.
@@ -47,11 +51,14 @@ struct StopForecast {
   std::uint32_t stop = 0;           ///< index into the timetable's stops
   std::uint32_t stop_sequence = 0;  ///< as in the timetable
   bool observed = false;            ///< passed: `arrival.time` is what was observed
+  bool skipped = false;             ///< the agency says that the trip does not call here
   BoundedTime arrival;
   double spread_s = 0.0;    ///< weighted standard deviation of what earlier trips did
   Instant departure{};      ///< not before the arrival, nor before the timetable at the start
   Instant library_lower{};  ///< one weighted standard deviation before ...
   Instant library_upper{};  ///< ... and after, as the library gave it
+
+  friend bool operator==(const StopForecast&, const StopForecast&) = default;
 };
 
 /// The travel time of one leg: from the arrival at a stop (at the first stop: the departure) to the
@@ -82,7 +89,7 @@ struct TripForecast {
   int category = -1;                ///< of the history that it was made from
   unsigned int trips = 0;           ///< number of earlier trips behind it
   double confidence = 0.0;          ///< as the library gave it
-  std::vector<StopForecast> stops;  ///< when arrivals are forecast
+  SharedList<StopForecast> stops;   ///< when arrivals are forecast
   std::vector<LegForecast> legs;    ///< when travel times are forecast; then there are no stops
 };
 

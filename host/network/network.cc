@@ -133,11 +133,11 @@ std::vector<PatternIndex> Network::patterns_of(const RouteId& route,
 }
 
 std::span<const TripPlan> Network::trips_of(const TripId& id) const {
-  struct ById {
-    bool operator()(const TripPlan& trip, const TripId& name) const { return trip.id < name; }
-    bool operator()(const TripId& name, const TripPlan& trip) const { return name < trip.id; }
-  };
-  const auto [first, last] = std::equal_range(_parts.trips.begin(), _parts.trips.end(), id, ById());
+  const auto first =
+      std::lower_bound(_parts.trips.begin(), _parts.trips.end(), id,
+                       [](const TripPlan& trip, const TripId& name) { return trip.id < name; });
+  const auto last =
+      std::find_if(first, _parts.trips.end(), [&](const TripPlan& trip) { return trip.id != id; });
   return {first, last};
 }
 

@@ -36,8 +36,22 @@ struct TrackOptions {
   Seconds silence{1200};
   /// A vehicle without a report for this long is forgotten.
   Seconds memory{6 * 3600};
-  /// A vehicle so long off its route has left its trip.
+  /// A vehicle so long off its route has left its trip ...
   Seconds off_route_patience{600};
+  /// ... unless it goes on beside its path, no farther from it than this: it is detoured, ...
+  double detour_distance_m = 1000.0;
+  /// ... once it has come on by this much beside it, ...
+  double detour_progress_m = 150.0;
+  /// ... and has left its trip after so long off the path.
+  Seconds detour_patience{1800};
+  /// A vehicle under way that has not moved for so long stands too long.
+  Seconds standing{600};
+  /// Vehicles whose reports name no trip are assigned one by their course.
+  bool assign_trips = false;
+  /// So sure must an assignment be, 0 to 1; ...
+  double assign_confidence = 0.8;
+  /// ... less sure than this, it is withdrawn.
+  double withdraw_confidence = 0.3;
 };
 
 }  // namespace qiv

@@ -48,7 +48,10 @@ class EngineTest : public ::testing::Test {
     for (const VehiclePosition& report : reports) {
       std::vector<TrackEvent> events;
       tracker.update(report, events);
-      for (const TrackEvent& event : events) engine.apply(event);
+      for (const TrackEvent& event : events) {
+        engine.apply(event);
+        if (const auto* const end = std::get_if<TripEnded>(&event)) finished.push_back(end->run);
+      }
     }
   }
 
@@ -57,6 +60,7 @@ class EngineTest : public ::testing::Test {
   Network network = testing::straight_network();
   LearnedSettings settings;
   Tracker tracker{network};
+  std::vector<TripRun> finished;
 };
 
 TEST_F(EngineTest, ForecastsTheRemainingStopsFromEarlierTrips) {
@@ -133,13 +137,11 @@ TEST_F(EngineTest, WithoutHistoryTheTimetableServes) {
   EXPECT_EQ(shown->stops[4].arrival.time, at("08:11:00")) << "the timetable, three minutes late";
 }
 
-TEST_F(EngineTest, FinishedTripsAreHandedOutAndLearnedFrom) {
+TEST_F(EngineTest, FinishedTripsAreLearnedFrom) {
   Engine engine = make({100});
   feed(engine, {fix("v", "out", "08:00:00", 0), fix("v", "out", "08:02:00", 1000),
                 fix("v", "out", "08:06:00", 3000), fix("v", "out", "08:08:00", 4000)});
-  const std::vector<TripRun> finished = engine.take_finished();
   ASSERT_EQ(finished.size(), 1U);
-  EXPECT_TRUE(engine.take_finished().empty());
   EXPECT_FALSE(engine.live(key("out")));
   EXPECT_EQ(engine.forecast(key("later"), at("08:30:00"))->trips, 1U);
   EXPECT_TRUE(engine.learn_from(finished.front(), at("08:08:00")));
@@ -163,9 +165,8 @@ TEST_F(EngineTest, AnExplanationRepeatsTheForecastBitForBit) {
   Engine engine = make({90, 110, 100, 140});
   feed(engine, {fix("v", "out", "08:00:00", 0), fix("v", "out", "08:01:45", 1000),
                 fix("v", "out", "08:03:40", 2100)});
-  const LiveTrip* const live = engine.live(key("out"));
-  ASSERT_TRUE(live != nullptr);
-  const auto why = explain(*live, engine.desk_of(live->schedule.pattern()));
+  EXPECT_FALSE(engine.explain_trip(key("later")));
+  const auto why = engine.explain_trip(key("out"));
   ASSERT_TRUE(why);
   ASSERT_EQ(why->trips.size(), 4U);
   double sum = 0.0;
@@ -231,6 +232,24 @@ TEST_F(EngineTest, ATripThatHasNotBegunDepartsAfterTheTripBeforeOfItsVehicle) {
   EXPECT_EQ(before->stops[4].arrival.time, at("09:04:00"));
   EXPECT_EQ(shown->stops[0].arrival.time, at("09:07:00")) << "three minutes to turn around";
   EXPECT_EQ(shown->stops[4].arrival.time, at("09:13:40"));
+}
+
+TEST_F(EngineTest, TwoVehiclesOnOneTripAreForecastAloneAndTheFirstIsShown) {
+  Engine both = make({90, 110, 100});
+  feed(both, {fix("first", "out", "08:00:00", 0), fix("second", "out", "08:00:30", 0),
+              fix("first", "out", "08:01:40", 1000), fix("second", "out", "08:03:00", 1000)});
+  Engine alone = make({90, 110, 100});
+  tracker = Tracker(network);
+  feed(alone, {fix("second", "out", "08:00:30", 0), fix("second", "out", "08:03:00", 1000)});
+  EXPECT_TRUE(both.leads(VehicleId("first"), key("out")));
+  EXPECT_FALSE(both.leads(VehicleId("second"), key("out")));
+  EXPECT_EQ(both.forecasts(at("08:03:00")).size(), 2U) << "the trip once, and the one announced";
+  EXPECT_EQ(both.forecast(key("out"), at("08:03:00"))->vehicle, VehicleId("first"));
+  const auto beside = both.shard(0).forecast(VehicleId("second"), at("08:03:00"));
+  const auto expected = alone.forecast(key("out"), at("08:03:00"));
+  ASSERT_TRUE(beside && expected);
+  EXPECT_EQ(beside->stops[4].arrival.time, expected->stops[4].arrival.time);
+  EXPECT_EQ(beside->stops[4].spread_s, expected->stops[4].spread_s);
 }
 
 TEST_F(EngineTest, ConfigurationIsCheckedBeforeTheLibrarySeesIt) {

@@ -76,8 +76,8 @@ TEST_F(ForecastLibraryTest, ATrajectoryThatIsRejectedIsCountedWithItsText) {
   EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 9, 20}));
   EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 8, 20}));
   EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10}));
-  EXPECT_EQ(library.rejections().total(), 3U);
-  for (const auto& [text, entry] : library.rejections().entries()) {
+  EXPECT_EQ(library.rejected_trajectories().total(), 3U);
+  for (const auto& [text, entry] : library.rejected_trajectories().entries()) {
     EXPECT_FALSE(text.empty());
     EXPECT_EQ(text.find('\n'), std::string::npos);
     EXPECT_EQ(entry.first, "R/0/a-c");
@@ -92,10 +92,10 @@ TEST_F(ForecastLibraryTest, AReportThatIsRejectedIsCountedWithItsTextAndTheNextI
   EXPECT_FALSE(library.report(pattern.ref, "v", 0, 50, 1020, 5)) << "goes back";
   EXPECT_FALSE(library.report(pattern.ref, "v", 0, 60, 1021, 5)) << "goes back";
   EXPECT_FALSE(library.report(pattern.ref, "w", 0, 500, 1020, 5)) << "beyond the end";
-  EXPECT_EQ(library.rejections().total(), 3U);
-  EXPECT_EQ(library.rejections().count("report not used by the library"), 1U);
-  ASSERT_EQ(library.rejections().entries().size(), 2U);
-  for (const auto& [text, entry] : library.rejections().entries()) {
+  EXPECT_EQ(library.rejected_reports().total(), 3U);
+  EXPECT_EQ(library.rejected_reports().count("report not used by the library"), 1U);
+  ASSERT_EQ(library.rejected_reports().entries().size(), 2U);
+  for (const auto& [text, entry] : library.rejected_reports().entries()) {
     EXPECT_EQ(entry.first,
               entry.count == 2 ? "v at 50.000000 m, 1020 s" : "w at 500.000000 m, 1020 s");
   }
@@ -108,7 +108,7 @@ TEST_F(ForecastLibraryTest, ACategoryWithoutTripsGivesNoForecast) {
   ForecastLibrary library(ForecastMode::arrival);
   library.open(pattern);
   EXPECT_FALSE(library.report(pattern.ref, "v", 3, 0, 1000, 5));
-  EXPECT_TRUE(library.rejections().empty());
+  EXPECT_TRUE(library.rejected_reports().empty());
 }
 
 TEST_F(ForecastLibraryTest, GivesPlacesInArrivalModeAndLegsInTravelMode) {

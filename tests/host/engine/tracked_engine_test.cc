@@ -72,7 +72,43 @@ TEST_F(TrackedEngineTest, TheSilentLeaveTheirTripsWhenTimePasses) {
   tracked.advance(at("08:02:00"));
   EXPECT_TRUE(ended.empty());
   tracked.advance(at("11:00:00"));
-  EXPECT_THAT(ended, ElementsAre(at("11:00:00")));
+  EXPECT_THAT(ended, ElementsAre(at("08:21:01"))) << "when its time was up";
+}
+
+TEST_F(TrackedEngineTest, ASecondIsOneMoment) {
+  TrackedEngine tracked = make();
+  for (const char* const vehicle : {"v", "w"}) {
+    const char* const trip = vehicle == std::string("v") ? "out" : "later";
+    for (int report = 0; report < 16; ++report) {
+      VehiclePosition position = fix(vehicle, trip, "00:00:00", 250.0 * report);
+      position.time = at("08:00:00") + Seconds(30 * report);
+      position.received = at("08:08:00");
+      tracked.take(position);
+    }
+  }
+  std::vector<VehiclePosition> together = {fix("v", "out", "08:08:00", 4000),
+                                           fix("w", "later", "08:08:00", 4000)};
+  std::vector<std::string> told;
+  tracked.observe({[&](const TrackEvent& event) {
+                     if (std::holds_alternative<TripEnded>(event)) told.push_back("ended");
+                   },
+                   {},
+                   [&](const TripRun& run, Instant) { told.push_back(run.trip.trip.text()); }});
+  tracked.take(together);
+  EXPECT_THAT(told, ElementsAre("ended", "ended", "later", "out"))
+      << "both trips end before either is learned from, in the order of their names";
+}
+
+TEST_F(TrackedEngineTest, OfTwoVehiclesOnATripTheSecondIsSaidToBeSecond) {
+  TrackedEngine tracked = make();
+  tracked.take(fix("z first", "out", "08:00:00", 0));
+  tracked.take(fix("a second", "out", "08:01:00", 0));
+  const auto said = tracked.vehicles();
+  ASSERT_EQ(said.size(), 2U);
+  EXPECT_EQ(said[0].status, VehicleStatus::doubled);
+  EXPECT_FALSE(said[0].trip);
+  EXPECT_EQ(said[1].status, VehicleStatus::waiting);
+  EXPECT_EQ(said[1].trip, out);
 }
 
 TEST_F(TrackedEngineTest, FinishEndsEveryTrip) {

@@ -39,7 +39,7 @@ class WorstTripsTest : public ::testing::Test {
       stop.observed = offset_m > 1000.0 * static_cast<double>(i);
       stop.arrival.time = trip.arrival(i);
       stop.departure = trip.departure(i);
-      forecast.stops.push_back(stop);
+      forecast.stops.edit().push_back(stop);
     }
     return forecast;
   }

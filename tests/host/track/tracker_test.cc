@@ -183,12 +183,38 @@ TEST_F(TrackerTest, AVehicleIsForgottenLongAfterItFellSilent) {
   EXPECT_EQ(tracker.vehicles()[0].vehicle, VehicleId("w"));
 }
 
-TEST_F(TrackerTest, TheFirstVehicleOnATripLeads) {
+TEST_F(TrackerTest, TwoVehiclesOnOneTripAreFollowedEachAlone) {
   EXPECT_THAT(follow({fix("v", "out", "08:00:00", 0), fix("v", "out", "08:02:00", 500),
-                      fix("w", "out", "08:02:10", 900), fix("v", "out", "08:03:00", 1000)}),
+                      fix("w", "out", "08:02:10", 900), fix("w", "out", "08:02:20", 1000),
+                      fix("v", "out", "08:03:00", 1000)}),
               ::testing::ElementsAre("assigned out", "waiting", "departure 0", "progress 500",
+                                     "assigned out", "progress 900", "progress 1000",
                                      "progress 1000"));
-  EXPECT_EQ(tracker.rejections().count("second vehicle on a trip"), 1U);
+}
+
+TEST_F(TrackerTest, TheSilentLeaveWhenTheirTimeWasUpHoweverLateItIsNoticed) {
+  const auto ends_of = [this](const std::vector<const char*>& calls) {
+    tracker = Tracker(network);
+    std::vector<TrackEvent> events;
+    for (const VehiclePosition& report :
+         {fix("late", "out", "08:00:00", 0), fix("early", "later", "08:00:00", 0),
+          fix("late", "out", "08:02:00", 500), fix("early", "later", "08:02:00", 500),
+          fix("late", "out", "08:03:00", 1000)}) {
+      tracker.update(report, events);
+    }
+    for (const char* const call : calls) tracker.advance(at(call), events);
+    std::vector<std::string> ends;
+    for (const TrackEvent& event : events) {
+      if (const auto* const end = std::get_if<TripEnded>(&event)) {
+        ends.push_back(end->run.vehicle.text() + " " + format_utc(end->received));
+      }
+    }
+    return ends;
+  };
+  const auto at_once = ends_of({"11:00:00"});
+  ASSERT_EQ(at_once.size(), 2U);
+  EXPECT_EQ(at_once[0].substr(0, 6), "early ");
+  EXPECT_EQ(ends_of({"08:22:00", "08:22:01", "08:22:30", "08:23:01", "08:40:00"}), at_once);
 }
 
 TEST_F(TrackerTest, CountsWhatItCannotUse) {

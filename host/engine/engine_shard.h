@@ -1,0 +1,106 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "engine/engine_options.h"
+#include "engine/forecast_library.h"
+#include "engine/kept_display.h"
+#include "engine/live_trip.h"
+#include "engine/pattern_desk.h"
+#include "history/trajectory.h"
+#include "model/rejections.h"
+#include "model/settings.h"
+#include "model/trip_forecast.h"
+#include "model/trip_key_hash.h"
+#include "network/network.h"
+#include "track/events.h"
+
+namespace qiv {
+
+struct DisplayInput;
+
+/// The vehicles of one part of an engine, each forecast alone: from its own reports and the
+/// histories, whoever else is on the road. Has a registry of the library of its own, so that
+/// several shards may work at the same time, each in a thread.
+class EngineShard {
+ public:
+  /// As `Engine`'s.
+  EngineShard(const Network& network, const LearnedSettings& settings, HistorySource history,
+              const EngineOptions& options);
+  ~EngineShard();
+
+  /// Takes one event of a vehicle of this shard, in order.
+  void apply(const TrackEvent& event);
+
+  /// What is forecast for the trip that the vehicle is on; nothing when it is on none.
+  std::optional<TripForecast> forecast(const VehicleId& vehicle, Instant now);
+
+  /// The forecasts of the vehicles that `is_shown` answers true for, in no order.
+  std::vector<TripForecast> forecasts(Instant now,
+                                      const std::function<bool(const LiveTrip&)>& is_shown);
+
+  /// The forecast of a trip without a vehicle, which cannot depart before `earliest`. Nothing when
+  /// the library gives none.
+  std::optional<TripForecast> announce(const ScheduledTrip& trip, Instant earliest, Instant now);
+
+  /// Adds a finished trip to the histories. Returns false, and counts why, when it is no trip to
+  /// learn from.
+  bool learn_from(const TripRun& run, Instant finished);
+
+  /// The trip that the vehicle is on; null when it is on none.
+  const LiveTrip* live(const VehicleId& vehicle) const;
+
+  /// The pattern at work; opened if it is not yet.
+  PatternDesk& desk_of(PatternIndex pattern);
+
+  /// Reports that the library did not take; and trips that were not learned from, which are the
+  /// same in every shard.
+  const Rejections& rejected_reports() const { return _library.rejected_reports(); }
+  Rejections rejected_trips() const;
+
+ private:
+  void on(const TripAssigned& event);
+  void on(const Waiting& event);
+  void on(const Progress& event);
+  void on(const StillThere& event);
+  void on(const Corrected& event);
+  void on(const TripEnded& event);
+
+  LiveTrip* find(const VehicleId& vehicle, const TripKey& trip);
+  void release(const LiveTrip& trip);
+  void report(LiveTrip& trip, const Progress& progress);
+  /// What is kept of a trip without a vehicle.
+  struct Announced {
+    HistoryChoice choice;
+    std::uint64_t histories = 0;  ///< version of those that it was chosen from
+    KeptDisplay shown;
+    Instant asked{};  ///< for the last time
+  };
+
+  TripForecast display(LiveTrip& trip, Instant now);
+  TripForecast display_anew(LiveTrip& trip, const KeptDisplay::Basis& basis, Instant now);
+  Announced& announced(const ScheduledTrip& trip, PatternDesk& desk, Instant now);
+  TripForecast announce_anew(const ScheduledTrip& trip, Announced& announced,
+                             const LibraryForecast& fresh, const KeptDisplay::Basis& basis);
+  void forget_announced(Instant now);
+  DisplayHold fill(TripForecast& result, const DisplayInput& input, Instant now) const;
+  Instant expected_departure(const ScheduledTrip& schedule, Category category, Instant not_before);
+
+  const Network& _network;
+  const LearnedSettings& _settings;
+  HistorySource _history;
+  EngineOptions _options;
+  ForecastLibrary _library;
+  std::map<PatternIndex, std::unique_ptr<PatternDesk>> _desks;
+  std::unordered_map<VehicleId, LiveTrip> _live;
+  std::unordered_map<TripKey, Announced, TripKeyHash> _announced;
+  Instant _forgot{};  ///< those that were not asked for any more
+  Rejections _rejected_trips;
+};
+
+}  // namespace qiv

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <unordered_map>
+#include <vector>
+
+#include "model/trip_run.h"
+#include "network/network.h"
+#include "track/events.h"
+
+namespace qiv {
+
+/// Which vehicle leads on each trip, and which trips are announced because no vehicle has begun
+/// them. Of several vehicles on one trip those that state it go before those that were assigned it
+/// by their course; of these the one that was assigned first leads, ties by name. Once the vehicle
+/// that leads has reached the last stop, the trip is over, whoever else is on it.
+class TripRoster {
+ public:
+  /// Trips are announced from `announce` before their scheduled departure until `ghost_patience`
+  /// after it. `network` must outlive the roster.
+  TripRoster(const Network& network, Seconds announce, Seconds ghost_patience);
+
+  /// Takes one event, in order.
+  void apply(const TrackEvent& event);
+
+  /// The vehicle that leads on `trip` and is on it; null when there is none.
+  const VehicleId* leader(const TripKey& trip) const;
+  bool leads(const VehicleId& vehicle, const TripKey& trip) const;
+
+  /// The trips without a vehicle that are on display at `now`, by departure.
+  std::vector<ScheduledTrip> announced(Instant now);
+
+ private:
+  struct Rider {
+    bool by_course = false;
+    Instant assigned{};
+    VehicleId vehicle;
+    bool finished = false;
+  };
+  struct Entry {
+    std::vector<Rider> riders;  ///< the one that leads first
+    bool begun = false;         ///< has had a vehicle under way
+  };
+  struct KeyHash {
+    std::size_t operator()(const TripKey& key) const;
+  };
+
+  void board(const TripAssigned& event);
+  void leave(const TripEnded& event);
+  void forget_before(ServiceDate day);
+
+  const Network& _network;
+  Seconds _announce;
+  Seconds _ghost_patience;
+  std::unordered_map<TripKey, Entry, KeyHash> _trips;
+  std::map<ServiceDate, std::vector<TripIndex>> _trips_on;
+};
+
+}  // namespace qiv
