@@ -1,7 +1,6 @@
 #ifndef QIV_PREFETCH_H
 #define QIV_PREFETCH_H
 
-#include <algorithm>
 #include <cstddef>
 
 #include "BusRoute.h"
@@ -24,8 +23,10 @@ class Prefetch {
 
   static void write(const Forecast& forecast) {
     const char* const rows = reinterpret_cast<const char*>(forecast._forecast.data());
-    const std::size_t size = std::min(forecast._forecast.size() * sizeof(Time), most);
-    for (std::size_t i = 0; i < size; i += sizeof(Time)) __builtin_prefetch(rows + i, 1);
+    const std::size_t size = forecast._forecast.size() * sizeof(Time);
+    for (std::size_t i = 0; i < size && i < most; i += sizeof(Time)) {
+      __builtin_prefetch(rows + i, 1);
+    }
   }
 
  private:
