@@ -2,10 +2,11 @@
 //
 //   bench_serve_prober URL SECONDS
 //
-// Fetches the trip updates again and again. A trip's `timestamp` is the time of its vehicle's last
-// report; when it changes, the delay is the time at which the answer began to come minus that
-// timestamp. Timestamps are whole seconds, so a delay is up to a second too long. Prints counts and
-// quantiles as JSON.
+// Fetches the vehicle positions again and again, which are made from the same snapshot as the trip
+// updates and shown at the same moment. A vehicle's `timestamp` is the time of its last report;
+// when it changes, the delay is the time at which the answer began to come minus that timestamp.
+// Timestamps are whole seconds, so a delay is up to a second too long. Prints counts and quantiles
+// as JSON.
 
 #include <curl/curl.h>
 
@@ -48,28 +49,27 @@ double quantile(const std::vector<double>& sorted, double share) {
   return sorted[at];
 }
 
-/// What is remembered of the trips from answer to answer.
+/// What is remembered of the vehicles from answer to answer.
 class Delays {
  public:
   void take(const transit_realtime::FeedMessage& message, double began_s) {
-    trips = message.entity_size();
+    vehicles = message.entity_size();
     if (message.header().timestamp() == _header) return;
     _header = message.header().timestamp();
     ++feeds;
     for (const auto& entity : message.entity()) {
-      const auto& update = entity.trip_update();
-      // A trip without vehicle is as new as its forecast.
-      if (update.timestamp() == 0 || !update.has_vehicle()) continue;
-      const auto [known, is_new] = _last.emplace(entity.id(), update.timestamp());
-      if (is_new || known->second == update.timestamp()) continue;
-      known->second = update.timestamp();
-      delays_s.push_back(began_s - static_cast<double>(update.timestamp()));
+      const std::uint64_t reported = entity.vehicle().timestamp();
+      const auto [known, is_new] = _last.emplace(entity.id(), reported);
+      // The first answer holds what was reported before anyone asked.
+      if ((is_new && feeds == 1) || (!is_new && known->second >= reported)) continue;
+      known->second = reported;
+      delays_s.push_back(began_s - static_cast<double>(reported));
     }
   }
 
   std::vector<double> delays_s;
   std::size_t feeds = 0;
-  int trips = 0;
+  int vehicles = 0;
 
  private:
   std::uint64_t _header = 0;
@@ -104,7 +104,7 @@ int main(int argc, char** argv) {
   }
   std::sort(delays.delays_s.begin(), delays.delays_s.end());
   std::cout << "{\"feeds\": " << delays.feeds << ", \"failures\": " << failures
-            << ", \"trips\": " << delays.trips << ", \"bytes\": " << largest
+            << ", \"vehicles\": " << delays.vehicles << ", \"bytes\": " << largest
             << ", \"changed\": " << delays.delays_s.size()
             << ", \"median_s\": " << quantile(delays.delays_s, 0.5)
             << ", \"p90_s\": " << quantile(delays.delays_s, 0.9)

@@ -95,7 +95,9 @@ class FeedChecker {
   }
 
   void check_update(const TripUpdate& update) {
-    check_timestamp(update);
+    if (auto fault = timestamp_fault(update.timestamp(), _header_time, _options)) {
+      report(FeedRule::timestamp, std::move(*fault));
+    }
     if (update.stop_time_update_size() == 0 && !is_canceled(update.trip())) {
       report(FeedRule::has_stops, "no stop");
     }
@@ -110,22 +112,6 @@ class FeedChecker {
     }
     check_stops(update, schedule, _network,
                 [this](FeedRule rule, std::string detail) { report(rule, std::move(detail)); });
-  }
-
-  void check_timestamp(const TripUpdate& update) {
-    if (!is_plausible(update.timestamp())) {
-      report(FeedRule::timestamp, "timestamp is " + std::to_string(update.timestamp()));
-      return;
-    }
-    if (!_header_time) return;
-    const Instant time = from_unix_seconds(static_cast<long long>(update.timestamp()));
-    const Seconds age = *_header_time - time;
-    if (age < Seconds(0)) {
-      report(FeedRule::timestamp, seconds(-age.count()) + " after the header");
-    } else if (age > _options.greatest_entity_age) {
-      report(FeedRule::timestamp, seconds(age.count()) + " before the header, more than " +
-                                      seconds(_options.greatest_entity_age.count()));
-    }
   }
 
   /// The trip, or its repetition, that is meant.
@@ -237,6 +223,18 @@ const char* to_string(FeedRule rule) {
       return "times_increase";
   }
   return "unknown";
+}
+
+std::optional<std::string> timestamp_fault(std::uint64_t timestamp,
+                                           std::optional<Instant> header_time,
+                                           const FeedCheckOptions& options) {
+  if (!is_plausible(timestamp)) return "timestamp is " + std::to_string(timestamp);
+  if (!header_time) return std::nullopt;
+  const Seconds age = *header_time - from_unix_seconds(static_cast<long long>(timestamp));
+  if (age < Seconds(0)) return seconds(-age.count()) + " after the header";
+  if (age <= options.greatest_entity_age) return std::nullopt;
+  return seconds(age.count()) + " before the header, more than " +
+         seconds(options.greatest_entity_age.count());
 }
 
 std::vector<FeedViolation> check_feed(const FeedMessage& message, const Network& network,

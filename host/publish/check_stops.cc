@@ -27,7 +27,7 @@ class StopChecker {
       : _schedule(schedule), _network(network), _report(report) {}
 
   void check(const StopTimeUpdate& update) {
-    _name = name_of(update);
+    _update = &update;
     const std::optional<std::size_t> stop = find_stop(update);
     if (!stop) return;
     if (_next > *stop) report(FeedRule::stop_order, "comes after a later stop, or twice");
@@ -41,7 +41,9 @@ class StopChecker {
   }
 
  private:
-  void report(FeedRule rule, const std::string& detail) { _report(rule, _name + " " + detail); }
+  void report(FeedRule rule, const std::string& detail) {
+    _report(rule, name_of(*_update) + " " + detail);
+  }
 
   const std::string& stop_id(std::size_t i) const {
     return _network.stops()[_network.pattern(_schedule.pattern()).stops[i].stop].id.text();
@@ -95,9 +97,9 @@ class StopChecker {
     }
   }
 
-  void check_order(Instant time, const std::string& what) {
+  void check_order(Instant time, const char* what) {
     if (time < _latest) {
-      report(FeedRule::times_increase, what + " at " + format_utc(time) +
+      report(FeedRule::times_increase, std::string(what) + " at " + format_utc(time) +
                                            " is before a time of an earlier stop, " +
                                            format_utc(_latest));
     }
@@ -105,26 +107,26 @@ class StopChecker {
 
   /// The time that the event states, if it is a sensible one.
   std::optional<Instant> check_event(const StopTimeEvent& event, Instant scheduled,
-                                     const std::string& what) {
+                                     const char* what) {
     if (event.uncertainty() < 0) {
       report(FeedRule::uncertainty,
-             what + " is uncertain by " + std::to_string(event.uncertainty()) + " s");
+             std::string(what) + " is uncertain by " + std::to_string(event.uncertainty()) + " s");
     }
     if (!event.has_time() && !event.has_delay()) {
-      report(FeedRule::stop_time_present, what + " has neither time nor delay");
+      report(FeedRule::stop_time_present, std::string(what) + " has neither time nor delay");
       return std::nullopt;
     }
     const long long scheduled_s = unix_seconds(scheduled);
     const long long time_s = event.has_time() ? event.time() : scheduled_s + event.delay();
     const long long limit_s = greatest_deviation.count();
     if (time_s < scheduled_s - limit_s || time_s > scheduled_s + limit_s) {
-      report(FeedRule::plausible_time, what + " at " + std::to_string(time_s) +
+      report(FeedRule::plausible_time, std::string(what) + " at " + std::to_string(time_s) +
                                            " is more than a day from the timetable's " +
                                            std::to_string(scheduled_s));
       return std::nullopt;
     }
     if (event.has_time() && event.has_delay() && event.delay() != time_s - scheduled_s) {
-      report(FeedRule::delay, what + " has delay " + std::to_string(event.delay()) +
+      report(FeedRule::delay, std::string(what) + " has delay " + std::to_string(event.delay()) +
                                   " s, but its time is " + std::to_string(time_s - scheduled_s) +
                                   " s after the timetable's");
     }
@@ -134,8 +136,8 @@ class StopChecker {
   const ScheduledTrip& _schedule;
   const Network& _network;
   const FeedReport& _report;
-  std::string _name;
-  std::size_t _next = 0;  ///< the first stop that may follow
+  const StopTimeUpdate* _update = nullptr;  ///< that is checked
+  std::size_t _next = 0;                    ///< the first stop that may follow
   Instant _latest = Instant::min();
 };
 

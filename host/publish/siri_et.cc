@@ -12,13 +12,15 @@ void add_recorded_call(pugi::xml_node calls, const PublishedTrip& trip, std::siz
                        const Network& network) {
   pugi::xml_node call = calls.append_child("RecordedCall");
   add_stop(call, trip, i, network);
+  const bool is_made = !is_canceled(trip, i);
+  if (!is_made) add_text(call, "Cancellation", "true");
   if (i != 0) {
     add_time(call, "AimedArrivalTime", trip.schedule.arrival(i));
-    add_time(call, "ActualArrivalTime", trip.stops[i].arrival.time);
+    if (is_made) add_time(call, "ActualArrivalTime", trip.stops[i].arrival.time);
   }
   if (i + 1 != trip.stops.size()) {
     add_time(call, "AimedDepartureTime", trip.schedule.departure(i));
-    add_time(call, "ActualDepartureTime", trip.stops[i].departure);
+    if (is_made) add_time(call, "ActualDepartureTime", trip.stops[i].departure);
   }
 }
 
@@ -26,14 +28,16 @@ void add_estimated_call(pugi::xml_node calls, const PublishedTrip& trip, std::si
                         const Network& network) {
   pugi::xml_node call = calls.append_child("EstimatedCall");
   add_stop(call, trip, i, network);
+  const bool is_made = !is_canceled(trip, i);
+  if (!is_made) add_text(call, "Cancellation", "true");
   if (i != 0) {
     add_time(call, "AimedArrivalTime", trip.schedule.arrival(i));
-    add_time(call, "ExpectedArrivalTime", trip.stops[i].arrival.time);
-    add_arrival_quality(call, trip, i);
+    if (is_made) add_time(call, "ExpectedArrivalTime", trip.stops[i].arrival.time);
+    if (is_made) add_arrival_quality(call, trip, i);
   }
   if (i + 1 != trip.stops.size()) {
     add_time(call, "AimedDepartureTime", trip.schedule.departure(i));
-    add_time(call, "ExpectedDepartureTime", trip.stops[i].departure);
+    if (is_made) add_time(call, "ExpectedDepartureTime", trip.stops[i].departure);
   }
 }
 
@@ -48,6 +52,10 @@ void fill_journey(pugi::xml_node journey, const PublishedTrip& trip, const Netwo
                   Instant time) {
   add_time(journey, "RecordedAtTime", recorded_at(trip.forecast, time));
   add_journey(journey, trip, network);
+  if (trip.forecast.state == TripState::canceled) {
+    const pugi::xml_node before = journey.child("FramedVehicleJourneyRef");
+    journey.insert_child_after("Cancellation", before).text().set("true");
+  }
   add_progress(journey, trip.forecast);
   const std::size_t first = passed(trip);
   if (first > 0) {

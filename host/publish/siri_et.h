@@ -13,6 +13,9 @@ namespace qiv {
 /// ExpectedArrivalPredictionQuality with the interval that holds 90 % of the arrivals. Times are
 /// the same as in `trip_updates`.
 ///
+/// A journey that is canceled, and a call that is skipped, say Cancellation and have no expected
+/// times.
+///
 /// A repetition of a frequency-based trip is named TRIP-HH:MM:SS; an absent line or direction is
 /// "unknown", since the standard wants both. Trips that cannot be published are left out, as are
 /// those whose stops have all been passed. `network` must be the one behind the forecasts.

@@ -10,15 +10,18 @@ void add_call(pugi::xml_node journey, const PublishedTrip& trip, std::size_t i,
               const Network& network) {
   pugi::xml_node call = journey.append_child("MonitoredCall");
   add_stop(call, trip, i, network);
+  const bool is_made = !is_canceled(trip, i);
   if (i != 0) {
     add_time(call, "AimedArrivalTime", trip.schedule.arrival(i));
-    add_time(call, "ExpectedArrivalTime", trip.stops[i].arrival.time);
+    if (is_made) add_time(call, "ExpectedArrivalTime", trip.stops[i].arrival.time);
+    if (!is_made) add_text(call, "ArrivalStatus", "cancelled");
   }
   if (i + 1 != trip.stops.size()) {
     add_time(call, "AimedDepartureTime", trip.schedule.departure(i));
-    add_time(call, "ExpectedDepartureTime", trip.stops[i].departure);
+    if (is_made) add_time(call, "ExpectedDepartureTime", trip.stops[i].departure);
+    if (!is_made) add_text(call, "DepartureStatus", "cancelled");
   }
-  if (i != 0) add_arrival_quality(call.append_child("Extensions"), trip, i);
+  if (i != 0 && is_made) add_arrival_quality(call.append_child("Extensions"), trip, i);
 }
 
 }  // namespace

@@ -21,6 +21,9 @@ struct StopVisit {
 /// the quality of an expected arrival in a monitored call: ExpectedArrivalPredictionQuality stands
 /// in its Extensions.
 ///
+/// A call that is not made, because the trip is canceled or skips the stop, has the status
+/// "cancelled" and no expected times.
+///
 /// Trips that cannot be published are left out. Precondition: `stop` is one of the network's.
 std::string siri_sm(std::span<const StopVisit> visits, std::uint32_t stop, const Network& network,
                     Instant time);

@@ -81,6 +81,10 @@ void add_stop(pugi::xml_node call, const PublishedTrip& trip, std::size_t i,
   add_text(call, "StopPointName", stop_name(network, stop.stop));
 }
 
+bool is_canceled(const PublishedTrip& trip, std::size_t i) {
+  return trip.forecast.state == TripState::canceled || trip.stops[i].skipped;
+}
+
 void add_arrival_quality(pugi::xml_node parent, const PublishedTrip& trip, std::size_t i) {
   pugi::xml_node quality = parent.append_child("ExpectedArrivalPredictionQuality");
   add_text(quality, "PredictionLevel", prediction_level(trip.forecast));

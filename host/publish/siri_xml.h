@@ -23,6 +23,9 @@ void add_progress(pugi::xml_node journey, const TripForecast& forecast);
 void add_stop(pugi::xml_node call, const PublishedTrip& trip, std::size_t i,
               const Network& network);
 
+/// True for a call that the vehicle does not make: the trip is canceled, or skips the stop.
+bool is_canceled(const PublishedTrip& trip, std::size_t i);
+
 /// ExpectedArrivalPredictionQuality: the interval that holds 90 % of the arrivals.
 void add_arrival_quality(pugi::xml_node parent, const PublishedTrip& trip, std::size_t i);
 

@@ -41,6 +41,7 @@ struct TripUpdateFeed {
 ///   it a consumer would have to guess that an early vehicle has left.
 /// - From the first stop beyond the horizon on there is no data: one NO_DATA, which the standard
 ///   carries on to the end of the trip.
+/// - A canceled trip is CANCELED, without stops; a stop that is skipped is SKIPPED, without times.
 /// - A forecast of travel times is counted and left out: the message has no place for them.
 /// - A trip with nothing to say (all stops passed, or all beyond the horizon) is left out.
 ///

@@ -42,13 +42,13 @@ TEST_F(PublishedTripTest, TripOutOfServiceIsWithheld) {
 
 TEST_F(PublishedTripTest, MissingAndForeignStopsAreWithheld) {
   TripForecast shorter = forecast;
-  shorter.stops.pop_back();
+  shorter.stops.edit().pop_back();
   EXPECT_FALSE(published_trip(shorter, network, withheld));
   TripForecast foreign = forecast;
-  foreign.stops[2].stop = 0;
+  foreign.stops.edit()[2].stop = 0;
   EXPECT_FALSE(published_trip(foreign, network, withheld));
   TripForecast renumbered = forecast;
-  renumbered.stops[2].stop_sequence = 3;
+  renumbered.stops.edit()[2].stop_sequence = 3;
   EXPECT_FALSE(published_trip(renumbered, network, withheld));
   EXPECT_EQ(withheld.count(withheld::other_stops), 3U);
 }
@@ -73,7 +73,7 @@ TEST_F(PublishedTripTest, LegsMustBeThoseOfTheTripToo) {
 }
 
 TEST_F(PublishedTripTest, NothingForecastIsNoFault) {
-  forecast.stops.clear();
+  forecast.stops = {};
   EXPECT_FALSE(published_trip(forecast, network, withheld));
   EXPECT_TRUE(withheld.empty());
 }
@@ -93,7 +93,7 @@ TEST_F(PublishedTripTest, TimesInOrderStayAsTheyAre) {
 }
 
 TEST_F(PublishedTripTest, EarlyTimeIsMovedBehindTheDepartureBefore) {
-  forecast.stops[1].departure = at("08:16:30");  // later than Park's arrival and its upper bound
+  forecast.stops.edit()[1].departure = at("08:16:30");  // later than Park's arrival and its upper bound
   const auto stops = in_order(forecast.stops);
   EXPECT_EQ(stops[2].arrival.time, at("08:16:30"));
   EXPECT_EQ(stops[2].arrival.upper_68, at("08:16:30"));
@@ -104,8 +104,8 @@ TEST_F(PublishedTripTest, EarlyTimeIsMovedBehindTheDepartureBefore) {
 }
 
 TEST_F(PublishedTripTest, CrossedBoundsAreUncrossed) {
-  forecast.stops[2].arrival.lower_68 = at("08:18:00");
-  forecast.stops[2].arrival.upper_90 = at("08:14:00");
+  forecast.stops.edit()[2].arrival.lower_68 = at("08:18:00");
+  forecast.stops.edit()[2].arrival.upper_90 = at("08:14:00");
   const auto stops = in_order(forecast.stops);
   EXPECT_EQ(stops[2].arrival.lower_68, at("08:15:00"));
   EXPECT_EQ(stops[2].arrival.upper_90, at("08:16:00"));

@@ -91,5 +91,31 @@ TEST(SiriEt, LeavesOutWhatIsOverOrUnknown) {
   EXPECT_EQ(read.text("//EstimatedTimetableDelivery/Status"), "true");
 }
 
+TEST(SiriEt, ACanceledJourneySaysSoInTheStandardsPlace) {
+  TripForecast canceled = forecast_of(network(), "T1", "07:50:00", {},
+                                      {"08:00:00", "08:05:00", "08:15:00", "08:25:00"});
+  canceled.state = TripState::canceled;
+  const ReadBack read(siri_et(std::vector{canceled}, network(), at("07:50:00")));
+  const std::vector<std::string> members = read.children(journey);
+  ASSERT_GT(members.size(), 5U);
+  EXPECT_EQ(members[3], "FramedVehicleJourneyRef");
+  EXPECT_EQ(members[4], "Cancellation");
+  EXPECT_EQ(read.text(journey + "/Cancellation"), "true");
+  EXPECT_EQ(read.count("//EstimatedCall/Cancellation"), 4U);
+  EXPECT_EQ(read.count("//ExpectedArrivalTime"), 0U);
+  EXPECT_EQ(read.count("//ExpectedDepartureTime"), 0U);
+}
+
+TEST(SiriEt, ASkippedCallIsCanceledAlone) {
+  TripForecast skipping = under_way();
+  skipping.stops.edit()[2].skipped = true;
+  const ReadBack read(siri_et(std::vector{skipping}, network(), at("08:07:00")));
+  EXPECT_EQ(read.count(journey + "/Cancellation"), 0U);
+  EXPECT_THAT(read.children("//EstimatedCall[1]"),
+              ElementsAre("StopPointRef", "Order", "StopPointName", "Cancellation",
+                          "AimedArrivalTime", "AimedDepartureTime"));
+  EXPECT_EQ(read.count("//EstimatedCall[2]/ExpectedArrivalTime"), 1U);
+}
+
 }  // namespace
 }  // namespace qiv

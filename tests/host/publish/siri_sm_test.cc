@@ -59,5 +59,18 @@ TEST(SiriSm, AtTheFirstStopOnlyTheDepartureCounts) {
   EXPECT_EQ(read.count(call + "/Extensions"), 0u);
 }
 
+TEST(SiriSm, ACallThatIsNotMadeIsCancelled) {
+  const Network network = testing::small_network();
+  TripForecast forecast =
+      forecast_of(network, "T1", "08:06:30", {"08:00:00", "08:05:30"}, {"08:16:00", "08:26:00"});
+  forecast.stops.edit()[2].skipped = true;
+  const StopVisit visits[] = {{&forecast, 2}};
+  const ReadBack read(siri_sm(visits, *network.find_stop(StopId("PARK")), network, at("08:07:00")));
+  EXPECT_THAT(read.children(call),
+              ElementsAre("StopPointRef", "Order", "StopPointName", "AimedArrivalTime",
+                          "ArrivalStatus", "AimedDepartureTime", "DepartureStatus"));
+  EXPECT_EQ(read.text(call + "/ArrivalStatus"), "cancelled");
+}
+
 }  // namespace
 }  // namespace qiv

@@ -84,7 +84,7 @@ TripForecast forecast_of(const Network& network, const std::string& trip, const 
     stop.departure = time + Seconds(20);
     stop.library_lower = time - half / 2;
     stop.library_upper = time + half / 2;
-    result.stops.push_back(stop);
+    result.stops.edit().push_back(stop);
   }
   return result;
 }
@@ -93,7 +93,7 @@ TripForecast legs_of(const Network& network, const std::string& trip, const std:
                      std::size_t observed, const std::vector<long>& travel_s) {
   TripForecast result = forecast_of(network, trip, made, {}, std::vector<std::string>(4, made));
   const std::vector<StopForecast> stops = std::move(result.stops);
-  result.stops.clear();
+  result.stops = {};
   for (std::size_t j = 0; j < travel_s.size(); ++j) {
     LegForecast leg;
     leg.from = stops[j].stop;

@@ -119,9 +119,9 @@ TEST_F(TripUpdatesTest, PassedStopStaysUntilItsScheduledTime) {
 }
 
 TEST_F(TripUpdatesTest, ForecastIsNeverCertain) {
-  BoundedTime& exact = forecast.stops[2].arrival;
+  BoundedTime& exact = forecast.stops.edit()[2].arrival;
   exact.lower_68 = exact.upper_68 = exact.time;
-  forecast.stops[3].arrival.lower_68 = forecast.stops[3].arrival.upper_68 - Seconds(121);
+  forecast.stops.edit()[3].arrival.lower_68 = forecast.stops[3].arrival.upper_68 - Seconds(121);
   const TripUpdate made = update(at("08:10:00"));
   EXPECT_EQ(made.stop_time_update(0).arrival().uncertainty(), 1);
   EXPECT_EQ(made.stop_time_update(1).arrival().uncertainty(), 61);
@@ -207,7 +207,7 @@ TripForecast arbitrary_forecast(const Network& network) {
       stop.arrival.*field = schedule.arrival(i) + jitter();
     }
     stop.departure = schedule.departure(i) + jitter();
-    forecast.stops.push_back(stop);
+    forecast.stops.edit().push_back(stop);
   }
   return forecast;
 }
@@ -233,6 +233,30 @@ TEST_F(TripUpdatesTest, WhateverIsForecastPassesTheCheck) {
       RC_FAIL("violation");
     }
   });
+}
+
+TEST_F(TripUpdatesTest, ACanceledTripHasNoStops) {
+  forecast.state = TripState::canceled;
+  const TripUpdateFeed made = feed(at("08:10:00"));
+  ASSERT_EQ(made.message.entity_size(), 1);
+  EXPECT_EQ(made.message.entity(0).trip_update().trip().schedule_relationship(),
+            TripDescriptor::CANCELED);
+  EXPECT_EQ(made.message.entity(0).trip_update().stop_time_update_size(), 0);
+  EXPECT_THAT(check_feed(made.message, network), ::testing::IsEmpty());
+}
+
+TEST_F(TripUpdatesTest, ASkippedStopHasNoTimes) {
+  forecast.stops.edit()[2].skipped = true;
+  const TripUpdateFeed made = feed(at("08:10:00"));
+  ASSERT_EQ(made.message.entity_size(), 1);
+  const TripUpdate& skipping = made.message.entity(0).trip_update();
+  ASSERT_EQ(skipping.stop_time_update_size(), 2);
+  EXPECT_EQ(skipping.stop_time_update(0).schedule_relationship(),
+            TripUpdate::StopTimeUpdate::SKIPPED);
+  EXPECT_FALSE(skipping.stop_time_update(0).has_arrival());
+  EXPECT_FALSE(skipping.stop_time_update(0).has_departure());
+  EXPECT_TRUE(skipping.stop_time_update(1).has_arrival());
+  EXPECT_THAT(check_feed(made.message, network), ::testing::IsEmpty());
 }
 
 }  // namespace

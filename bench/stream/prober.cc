@@ -1,0 +1,86 @@
+// How long a position waits for its forecast, as a reader of both topics sees it.
+//
+//   bench_stream_prober BOOTSTRAP TOPICS WARM_UP_S SECONDS
+//
+// Both topics are read from their beginning. What comes within the first WARM_UP_S seconds after
+// the first position is not counted. Prints one line of JSON.
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <unordered_map>
+
+#include "worker/kafka/log_reader.h"
+#include "worker/stream_message.h"
+#include "worker/topics.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Delays {
+  std::unordered_map<std::string, Clock::time_point> waiting;
+  std::vector<double> milliseconds;
+  std::size_t positions = 0;
+  std::size_t unknown = 0;
+};
+
+void take(const qiv::kafka::Received& message, const qiv::Topics& topics, bool counts,
+          Delays& delays) {
+  const auto now = Clock::now();
+  if (message.topic == topics.positions) {
+    if (!qiv::header_of(message.message, qiv::header::kind).empty()) return;
+    if (counts) ++delays.positions;
+    delays.waiting[std::to_string(message.partition) + ":" + std::to_string(message.offset)] = now;
+    return;
+  }
+  if (!message.message.value) return;
+  const auto position = delays.waiting.find(qiv::header_of(message.message, qiv::header::origin));
+  if (position == delays.waiting.end()) {
+    ++delays.unknown;
+    return;
+  }
+  const std::chrono::duration<double, std::milli> passed = now - position->second;
+  if (counts) delays.milliseconds.push_back(passed.count());
+  delays.waiting.erase(position);
+}
+
+void print(Delays& delays) {
+  auto& sorted = delays.milliseconds;
+  std::sort(sorted.begin(), sorted.end());
+  const auto at = [&](double share) {
+    if (sorted.empty()) return 0.0;
+    return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
+  };
+  std::cout << "{\"positions\": " << delays.positions << ", \"forecasts\": " << sorted.size()
+            << ", \"unknown\": " << delays.unknown << ", \"median_ms\": " << at(0.5)
+            << ", \"p99_ms\": " << at(0.99) << ", \"longest_ms\": " << at(1.0) << "}" << std::endl;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count != 5) {
+    std::cerr << "usage: bench_stream_prober BOOTSTRAP TOPICS WARM_UP_S SECONDS\n";
+    return 2;
+  }
+  const qiv::Topics topics(arguments[2]);
+  const std::chrono::seconds warm_up(std::atoi(arguments[3]));
+  const std::chrono::seconds length(std::atoi(arguments[4]));
+  Delays delays;
+  try {
+    qiv::kafka::LogReader reader({{"bootstrap.servers", arguments[1]}},
+                                 {topics.positions, topics.forecasts});
+    std::optional<Clock::time_point> first;
+    while (!first || Clock::now() < *first + warm_up + length) {
+      const auto message = reader.poll(std::chrono::milliseconds(100));
+      if (!message) continue;
+      if (!first) first = Clock::now();
+      take(*message, topics, Clock::now() >= *first + warm_up, delays);
+    }
+  } catch (const std::exception& error) {
+    std::cerr << "bench_stream_prober: " << error.what() << "\n";
+    return 1;
+  }
+  print(delays);
+}
