@@ -1,4 +1,3 @@
-#include <csignal>
 #include <future>
 #include <iostream>
 #include <memory>
@@ -6,10 +5,14 @@
 
 #include "app/city.h"
 #include "app/commands.h"
+#include "app/end_signals.h"
 #include "app/exit_code.h"
+#include "app/make_source.h"
 #include "app/nightly.h"
 #include "app/serve_config.h"
 #include "app/version.h"
+#include "history/archive_error.h"
+#include "history/pattern_past.h"
 #include "serve/api/api_server.h"
 #include "serve/archive_history.h"
 #include "serve/live_service.h"
@@ -19,54 +22,6 @@ namespace qiv {
 namespace {
 
 using namespace std::chrono_literals;
-
-Instant wall_clock() {
-  return std::chrono::time_point_cast<Seconds>(std::chrono::system_clock::now());
-}
-
-std::unique_ptr<Source> make_source(const SourceOptions& options) {
-  struct Make {
-    std::unique_ptr<Source> operator()(const PolledSourceOptions& o) const {
-      return std::make_unique<PolledSource>(o, wall_clock);
-    }
-    std::unique_ptr<Source> operator()(const FolderSourceOptions& o) const {
-      return std::make_unique<FolderSource>(o, wall_clock);
-    }
-    std::unique_ptr<Source> operator()(const MqttSourceOptions& o) const {
-      return std::make_unique<MqttSource>(o, wall_clock);
-    }
-  };
-  return std::visit(Make(), options);
-}
-
-/// Asks the service to stop when the process is asked to end. Make it before any other thread, so
-/// that they leave these signals alone.
-class EndSignals {
- public:
-  EndSignals() {
-    sigemptyset(&_signals);
-    sigaddset(&_signals, SIGINT);
-    sigaddset(&_signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &_signals, nullptr);
-    _waiter = std::jthread([this](const std::stop_token& ended) {
-      const timespec look{0, 100'000'000};
-      while (!ended.stop_requested()) {
-        if (sigtimedwait(&_signals, nullptr, &look) > 0) _stop.request_stop();
-      }
-    });
-  }
-
-  std::stop_token stop() const { return _stop.get_token(); }
-
-  void wait() const {
-    while (!_stop.stop_requested()) std::this_thread::sleep_for(100ms);
-  }
-
- private:
-  sigset_t _signals{};
-  std::stop_source _stop;
-  std::jthread _waiter;
-};
 
 /// Asks the engine's thread why a forecast is as it is, and waits for the answer.
 AskWhy ask_why(LiveService*& service) {
@@ -135,6 +90,7 @@ class Serving {
     LiveCityOptions options;
     options.track = city.config().track;
     options.engine = city.config().engine;
+    options.engine.shards = config.threads;
     return options;
   }
 
@@ -162,6 +118,17 @@ class Serving {
   }
 };
 
+/// The trips of these patterns can be lent when a later timetable has them no more.
+void keep_patterns(Archive& archive, const Network& network, Log& log) {
+  std::vector<PatternOutline> outlines;
+  for (auto& [ref, pattern] : outlines_of(network)) outlines.push_back(pattern);
+  try {
+    archive.keep_patterns(outlines);
+  } catch (const ArchiveError& error) {
+    log.write(LogLevel::error, error.what());
+  }
+}
+
 void serve_recorded(Serving& serving, const ServeArguments& arguments) {
   City& city = serving.city;
   const ServiceDate day = parse_day(arguments.day, "--day");
@@ -172,9 +139,10 @@ void serve_recorded(Serving& serving, const ServeArguments& arguments) {
   const RecordedRuns runs = city.follow(day - std::chrono::days(1), [](double, ServiceDate) {});
   LiveCityOptions options = serving.city_options();
   options.records = false;
-  const auto histories = [&](const Network&, Instant) { return runs.source_before(day); };
+  const auto histories = [&](const Network&, const auto&) { return runs.source_before(day); };
   LiveCity live(serving.network(), city.settings(), city.archive(), histories, options);
   RecordedPace pace;
+  pace.name = "positions of " + day.to_iso_string();
   pace.speed = arguments.speed;
   if (!arguments.from.empty()) {
     const auto from = parse_time_of_day(arguments.from);
@@ -209,18 +177,20 @@ void serve_live(Serving& serving) {
   }
   LiveCity live(
       serving.network(), city.settings(), city.archive(),
-      [&](const Network& network, Instant begun_before) {
-        return archive_history(city.archive(), network, begun_before);
+      [&](const Network& network, std::shared_ptr<const HistoryBounds> bounds) {
+        return archive_history(city.archive(), network, std::move(bounds));
       },
       serving.city_options());
   std::vector<std::unique_ptr<Source>> sources;
-  for (const SourceOptions& source : config.sources) sources.push_back(make_source(source));
+  const TakeReport tell = [&](AgencyReport report) { serving.service->tell(std::move(report)); };
+  for (const SourceOptions& source : config.sources) sources.push_back(make_source(source, tell));
   TimetableSourceOptions timetable_options = config.timetable;
   timetable_options.file = city.folder() / city.config().timetable;
   auto timetable = std::make_unique<TimetableSource>(
       timetable_options,
       [&](std::shared_ptr<const Network> network) {
-        serving.service->post([network = std::move(network)](LiveCity& c, Instant now) {
+        serving.service->post([&, network = std::move(network)](LiveCity& c, Instant now) {
+          keep_patterns(city.archive(), *network, serving.log);
           c.use_timetable(network, now);
         });
       },

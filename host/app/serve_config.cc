@@ -33,8 +33,22 @@ void check_url(TomlReader& reader, const std::string& url) {
   reader.reject(*reader.find("url"), "'url' must begin with http:// or https://");
 }
 
-Seconds read_stale_after(TomlReader& reader) {
-  return Seconds(reader.whole("stale_after_s", 1, 86'400, 120));
+FeedContent read_content(TomlReader& reader) {
+  const std::string content =
+      reader.text_of("content", {"positions", "trip-updates", "alerts"}, "positions");
+  if (content == "trip-updates") return FeedContent::trip_updates;
+  return content == "alerts" ? FeedContent::alerts : FeedContent::positions;
+}
+
+/// An alert may have been there for long, and its feed need not change.
+Seconds read_stale_after(TomlReader& reader, FeedContent content) {
+  const long usual_s = content == FeedContent::alerts ? 86'400 : 120;
+  return Seconds(reader.whole("stale_after_s", 1, 7 * 86'400, usual_s));
+}
+
+Seconds read_hold(TomlReader& reader, FeedContent content) {
+  if (content == FeedContent::positions) return Seconds(600);
+  return Seconds(reader.whole("hold_s", 1, 86'400, 600));
 }
 
 PolledSourceOptions read_polled(TomlReader& reader, PositionFormat format) {
@@ -45,7 +59,9 @@ PolledSourceOptions read_polled(TomlReader& reader, PositionFormat format) {
   check_url(reader, options.request.url);
   options.interval = milliseconds(reader.number("every_s", 0.5, longest_interval_s, 15));
   options.strip_prefixes = reader.texts("strip_prefixes");
-  options.stale_after = read_stale_after(reader);
+  if (format == PositionFormat::gtfs_realtime) options.content = read_content(reader);
+  options.stale_after = read_stale_after(reader, options.content);
+  options.hold = read_hold(reader, options.content);
   return options;
 }
 
@@ -55,7 +71,9 @@ FolderSourceOptions read_folder(TomlReader& reader, const std::filesystem::path&
   options.folder = city / reader.text("folder", "");
   options.interval = milliseconds(reader.number("every_s", 0.1, longest_interval_s, 1));
   options.strip_prefixes = reader.texts("strip_prefixes");
-  options.stale_after = read_stale_after(reader);
+  options.content = read_content(reader);
+  options.stale_after = read_stale_after(reader, options.content);
+  options.hold = read_hold(reader, options.content);
   return options;
 }
 
@@ -71,7 +89,7 @@ MqttSourceOptions read_mqtt(TomlReader& reader) {
   options.ca_file = reader.text("ca_file", "");
   options.topics = reader.texts("topics");
   options.qos = static_cast<int>(reader.whole("qos", 0, 2, 1));
-  options.stale_after = read_stale_after(reader);
+  options.stale_after = read_stale_after(reader, FeedContent::positions);
   const std::string payload = reader.text_of("payload", {"gtfs-realtime", "json"}, "gtfs-realtime");
   const std::string list = reader.text("list", "");
   const auto fields = reader.text_map("fields");
@@ -100,6 +118,7 @@ void read_serve(TomlReader& reader, ServeConfig& config) {
   config.tiles = reader.text("tiles", "");
   config.tiles_attribution = reader.text("tiles_attribution", "");
   config.cycle = milliseconds(reader.number("cycle_s", 0.1, 60, 1));
+  config.threads = static_cast<std::size_t>(reader.whole("threads", 1, 64, 1));
   config.learns = reader.flag("learns", true);
   const std::string learn_at = reader.text("learn_at", "03:30:00");
   const auto time = parse_time_of_day(learn_at);
@@ -144,6 +163,22 @@ std::vector<const toml::table*> source_tables(const std::filesystem::path& file,
   return result;
 }
 
+FeedContent content_of(const SourceOptions& options) {
+  if (const auto* const polled = std::get_if<PolledSourceOptions>(&options)) return polled->content;
+  if (const auto* const folder = std::get_if<FolderSourceOptions>(&options)) return folder->content;
+  return FeedContent::positions;
+}
+
+/// What a source says takes the place of what one of its name said before.
+void check_name_is_new(TomlReader& reader, const std::string& name,
+                       const std::vector<SourceOptions>& sources) {
+  for (const SourceOptions& source : sources) {
+    if (std::visit([](const auto& s) { return s.name; }, source) != name) continue;
+    const toml::node* const stated = reader.find("name");
+    if (stated != nullptr) reader.reject(*stated, "'name' is that of another source");
+  }
+}
+
 }  // namespace
 
 ServeConfig read_serve_config(const std::filesystem::path& file) {
@@ -164,8 +199,10 @@ ServeConfig read_serve_config(const std::filesystem::path& file) {
     TomlReader reader(file, *entry, "[[source]]");
     SourceOptions options = read_source(reader, file.parent_path());
     const std::string number = std::to_string(config.sources.size() + 1);
-    const std::string name = reader.text("name", "positions " + number);
+    const std::string content = to_string(content_of(options));
+    const std::string name = reader.text("name", content + " " + number);
     std::visit([&](auto& source) { source.name = name; }, options);
+    check_name_is_new(reader, name, config.sources);
     reader.finish();
     config.sources.push_back(std::move(options));
   }
@@ -183,6 +220,7 @@ std::string serve_config_text() {
 # token = "env:QIV_TOKEN"
 # Forecasts are published so often.
 # cycle_s = 1
+# threads = 1
 # When settings are learned again, by the city's clock, and whether they are.
 # learn_at = "03:30:00"
 # learns = true
@@ -198,12 +236,15 @@ std::string serve_config_text() {
 # url = "https://agency.example/gtfs.zip"
 # every_s = 3600
 
-# Where positions come from; any number of these.
+# Where positions come from, and what the agency itself says of its service; any number of these.
 # [[source]]
 # kind = "gtfs-realtime"      # or "siri-vm", "folder", "mqtt"
 # url = "https://agency.example/vehicle-positions.pb"
 # headers = { "X-Api-Key" = "env:AGENCY_KEY" }
 # every_s = 15
+# [[source]]
+# content = "trip-updates"    # or "alerts": cancellations, skipped stops, and predictions to compare
+# url = "https://agency.example/trip-updates.pb"
 )";
 }
 

@@ -25,6 +25,7 @@ struct ServeConfig {
   std::string tiles;              ///< address of a base map's tiles; empty: none
   std::string tiles_attribution;  ///< whom the base map's makers want to be named
   std::chrono::milliseconds cycle{1000};
+  std::size_t threads = 1;  ///< of the engine, each with its vehicles and all histories
   Seconds learn_at = std::chrono::hours(3) + std::chrono::minutes(30);  ///< by the city's clock
   bool learns = true;
   int keep_positions_days = 60;

@@ -7,6 +7,7 @@
 
 #include "feed/position_batch.h"
 #include "model/rejections.h"
+#include "model/service_alert.h"
 #include "model/trip_update.h"
 
 namespace qiv {
@@ -33,6 +34,24 @@ struct TripUpdateBatch {
 /// Reads the trip updates of a GTFS-realtime message, with the same rules. An update needs a trip
 /// id; a call needs a stop's id or sequence number, and calls without are left out with a remark,
 /// as are implausible times, and delays beyond a day.
+///
+/// An update of a DUPLICATED trip is about the new trip: its name and start are those of the trip
+/// properties.
 TripUpdateBatch read_trip_updates(std::string_view bytes, const PositionOptions& options = {});
+
+/// What one message of alerts says.
+struct AlertBatch {
+  std::optional<Instant> time;  ///< of the feed's header
+  std::vector<ServiceAlert> alerts;
+  std::uint64_t read = 0;  ///< entities: `alerts` plus what `rejections` counts
+  Rejections rejections;
+  Rejections remarks;
+};
+
+/// Reads the alerts of a GTFS-realtime message, with the same rules. An informed entity that states
+/// nothing is left out with a remark, as are periods that end before they begin and implausible
+/// times; an alert about nothing is kept, and one whose periods are all left out is a rejection.
+/// The short text is in English if there is one, or else in the first language that there is.
+AlertBatch read_service_alerts(std::string_view bytes, const PositionOptions& options = {});
 
 }  // namespace qiv

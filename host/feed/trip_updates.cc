@@ -23,7 +23,7 @@ TripStatus stated_status(const transit_realtime::TripDescriptor& trip) {
       return TripStatus::unscheduled;
     case transit_realtime::TripDescriptor::SCHEDULED:
       return TripStatus::scheduled;
-    default:  // ADDED, DUPLICATED, REPLACEMENT and what later versions add
+    default:  // ADDED, NEW, DUPLICATED, REPLACEMENT and what later versions add
       return TripStatus::added;
   }
 }
@@ -90,6 +90,9 @@ class TripUpdateReader {
     update.time = time ? *time : *_received;
     update.time_is_received = !time;
     add_trip(stated.trip(), update, entity);
+    if (stated.trip().schedule_relationship() == transit_realtime::TripDescriptor::DUPLICATED) {
+      add_duplicate(stated.trip_properties(), update, entity);
+    }
     update.vehicle = stated_vehicle(stated.vehicle());
     if (stated.has_delay()) update.delay = plausible_delay(stated.delay(), entity);
     for (const Call& call : stated.stop_time_update()) {
@@ -113,6 +116,14 @@ class TripUpdateReader {
     update.start_time = parse_time_of_day(trip.start_time());
     if (!update.start_date && !trip.start_date().empty()) remark("start date is no date", entity);
     if (!update.start_time && !trip.start_time().empty()) remark("start time is no time", entity);
+  }
+
+  void add_duplicate(const transit_realtime::TripUpdate::TripProperties& stated, TripUpdate& update,
+                     const std::string& entity) {
+    if (stated.trip_id().empty()) return remark("duplicate without a name of its own", entity);
+    update.trip = TripId(stated.trip_id());
+    update.start_date = ServiceDate::parse(stated.start_date());
+    update.start_time = parse_time_of_day(stated.start_time());
   }
 
   PredictedCall predicted_call(const Call& stated, const std::string& entity) {

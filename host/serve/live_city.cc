@@ -1,10 +1,12 @@
 #include "serve/live_city.h"
 
 #include <algorithm>
+#include <tuple>
+#include <unordered_map>
 #include <utility>
 #include <variant>
 
-#include "engine/schedule_delay.h"
+#include "model/trip_key_hash.h"
 
 namespace qiv {
 namespace {
@@ -20,7 +22,7 @@ std::vector<Call> calls_of(const Network& network, const TripKey& key) {
 
 /// Puts stops that are named by `from` into the words of `to`. False when `to` lacks one.
 bool translate_stops(TripForecast& forecast, const Network& from, const Network& to) {
-  for (StopForecast& stop : forecast.stops) {
+  for (StopForecast& stop : forecast.stops.edit()) {
     const auto known = to.find_stop(from.stops()[stop.stop].id);
     if (!known) return false;
     stop.stop = *known;
@@ -28,13 +30,25 @@ bool translate_stops(TripForecast& forecast, const Network& from, const Network&
   return true;
 }
 
-std::optional<Seconds> lateness_of(const TripForecast& shown, const Network& network) {
-  const auto trip = network.schedule(shown.trip);
-  if (!trip || shown.stops.size() != trip->plan->size()) return std::nullopt;
+/// True for the same report received again.
+bool is_same_report(const VehiclePosition& before, const VehiclePosition& now) {
+  const auto stated = [](const VehiclePosition& p) {
+    return std::tie(p.time, p.time_is_received, p.vehicle, p.trip, p.route, p.direction,
+                    p.start_date, p.start_time, p.place, p.bearing_deg, p.speed_mps, p.stop,
+                    p.stop_sequence, p.status);
+  };
+  return stated(before) == stated(now);
+}
+
+std::optional<Seconds> lateness_of(const TripForecast& shown, const TripPlan& plan,
+                                   const Network& network) {
+  if (shown.stops.size() != plan.size()) return std::nullopt;
   const auto next = std::find_if(shown.stops.begin(), shown.stops.end(),
                                  [](const StopForecast& stop) { return !stop.observed; });
   if (next == shown.stops.end()) return std::nullopt;
-  return next->arrival.time - trip->arrival(static_cast<std::size_t>(next - shown.stops.begin()));
+  const Instant scheduled = network.clock().zero(shown.trip.day) +
+                            plan.call(static_cast<std::size_t>(next - shown.stops.begin())).arrival;
+  return next->arrival.time - scheduled;
 }
 
 }  // namespace
@@ -42,14 +56,22 @@ std::optional<Seconds> lateness_of(const TripForecast& shown, const Network& net
 /// One timetable at work.
 struct LiveCity::Generation {
   Generation(std::shared_ptr<const Network> n, std::shared_ptr<const LearnedSettings> s,
-             HistorySource history, const LiveCityOptions& options)
+             const HistoryFactory& histories, const LiveCityOptions& options)
       : network(std::move(n)),
         settings(std::move(s)),
-        tracked(*network, *settings, std::move(history), options.track, options.engine) {}
+        bounds(std::make_shared<HistoryBounds>()),
+        tracked(*network, *settings, histories(*network, bounds), options.track, options.engine) {
+    bounds->ended_before = options.history_until;
+  }
 
   std::shared_ptr<const Network> network;
   std::shared_ptr<const LearnedSettings> settings;
+  std::shared_ptr<HistoryBounds> bounds;
   TrackedEngine tracked;
+
+  /// To be called before anything happens at `now`.
+  void see(Instant now) { bounds->lent_before = network->clock().local_day(now); }
+
   /// Keeps `on_road` true.
   void note(const TrackEvent& event) {
     if (const auto* const assigned = std::get_if<TripAssigned>(&event)) {
@@ -70,17 +92,15 @@ LiveCity::LiveCity(std::shared_ptr<const Network> network, LearnedSettings setti
       _writer(archive, options.writer),
       _network(std::move(network)),
       _settings(std::make_shared<const LearnedSettings>(std::move(settings))),
-      _current(make_generation(_network, Instant::max())) {
+      _current(make_generation(_network)) {
   listen(*_current);
 }
 
 LiveCity::~LiveCity() = default;
 
 std::unique_ptr<LiveCity::Generation> LiveCity::make_generation(
-    std::shared_ptr<const Network> network, Instant begun_before) const {
-  const Network& used = *network;
-  return std::make_unique<Generation>(std::move(network), _settings, _histories(used, begun_before),
-                                      _options);
+    std::shared_ptr<const Network> network) const {
+  return std::make_unique<Generation>(std::move(network), _settings, _histories, _options);
 }
 
 void LiveCity::listen(Generation& generation) {
@@ -90,7 +110,9 @@ void LiveCity::listen(Generation& generation) {
     if (_options.records) _writer.add(event, *generation.network);
   };
   observer.on_finished = [this, &generation](const TripRun& run, Instant now) {
-    if (_options.records) _writer.add_finished({run, calls_of(*generation.network, run.trip)});
+    if (_options.records) {
+      _writer.add_finished({run, calls_of(*generation.network, run.trip), std::nullopt, now});
+    }
     if (on_finished) on_finished(run, now);
     if (&generation != _current.get()) _current->tracked.engine().learn_from(run, now);
   };
@@ -105,24 +127,49 @@ Instant LiveCity::rebuild_from(Instant now) const {
   return std::max(from - _options.rebuild_margin, now - _options.longest_rebuild);
 }
 
+/// The trips that the archive says have ended in this time are learned as they were then, whatever
+/// comes of them here, where some began before the replay.
 void LiveCity::replay_into(Generation& generation, Instant from, Instant now) const {
-  generation.tracked.observe({[&](const TrackEvent& event) { generation.note(event); }, {}, {}});
+  TrackedEngine& tracked = generation.tracked;
+  tracked.observe({[&](const TrackEvent& event) { generation.note(event); }, {}, {}});
+  tracked.learn_by_itself(false);
+  generation.bounds->ended_before = std::min(from, _options.history_until);
+  std::vector<ArchivedRun> ended;
+  RunQuery lately;
+  lately.first_day = _network->clock().local_day(from) - std::chrono::days(2);
+  _archive.read_runs(lately, [&](ArchivedRun&& run) {
+    if (run.ended >= from && run.ended <= now) ended.push_back(std::move(run));
+  });
+  auto next = ended.begin();
+  const auto learn_until = [&](Instant until) {
+    for (; next != ended.end() && next->ended < until; ++next) {
+      tracked.engine().learn_from(next->run, *next->ended);
+    }
+  };
   constexpr Seconds step = std::chrono::minutes(10);
   for (Instant begin = from; begin <= now; begin += step) {
     const Instant end = std::min(begin + step, now + Seconds(1));
-    for (const VehiclePosition& position : _archive.positions(begin, end)) {
-      generation.tracked.advance(position.received);
-      generation.tracked.take(position);
-    }
+    for_each_second(_archive.positions(begin, end), [&](std::span<const VehiclePosition> together) {
+      learn_until(together.front().received);
+      generation.see(together.front().received);
+      tracked.take(together);
+    });
   }
-  generation.tracked.advance(now);
+  generation.see(now);
+  tracked.advance(now);
+  learn_until(now + Seconds(1));
+  tracked.learn_by_itself(true);
+  generation.bounds->ended_before = _options.history_until;
+}
+
+std::unique_ptr<LiveCity::Generation> LiveCity::rebuilt(Instant now) const {
+  auto generation = make_generation(_network);
+  replay_into(*generation, rebuild_from(now), now);
+  return generation;
 }
 
 void LiveCity::rebuild(Instant now) {
-  const Instant from = rebuild_from(now);
-  auto generation = make_generation(_network, from);
-  replay_into(*generation, from, now);
-  _current = std::move(generation);
+  _current = rebuilt(now);
   listen(*_current);
   close_abandoned();
 }
@@ -138,11 +185,42 @@ void LiveCity::close_abandoned() {
   _archive.add_runs(abandoned);
 }
 
-void LiveCity::take(const VehiclePosition& position) {
+void LiveCity::take(std::span<const VehiclePosition> together) {
+  if (together.empty()) return;
+  _taken += together.size();
+  _current->see(together.front().received);
+  for (const VehiclePosition& position : together) note(position);
+  if (_retiring.empty()) {
+    _current->tracked.take(together);
+    return;
+  }
+  std::vector<VehiclePosition> on_current;
+  for (const VehiclePosition& position : together) {
+    if (!take_on_old(position)) on_current.push_back(position);
+  }
+  _current->tracked.take(on_current);
+}
+
+bool LiveCity::is_repeated(const VehiclePosition& position) const {
+  const auto seen = _seen.find(position.vehicle);
+  return seen != _seen.end() && is_same_report(seen->second.report, position);
+}
+
+/// Remembers the vehicle's report, and stores it, but not every time that it is repeated.
+void LiveCity::note(const VehiclePosition& position) {
+  if (position.vehicle.empty()) {
+    if (_options.records) _writer.add(position);
+    return;
+  }
+  Seen& seen = _seen[position.vehicle];
+  const bool is_known = is_same_report(seen.report, position) &&
+                        position.received - seen.stored < _options.store_repeated;
+  if (is_known) {
+    seen.report.received = position.received;
+    return;
+  }
   if (_options.records) _writer.add(position);
-  ++_taken;
-  if (!position.vehicle.empty()) _seen[position.vehicle] = position;
-  if (!take_on_old(position)) _current->tracked.take(position);
+  seen = {position, position.received};
 }
 
 /// Lets a vehicle finish its trip on the timetable that the trip began on. False when it is on no
@@ -163,6 +241,7 @@ bool LiveCity::take_on_old(const VehiclePosition& position) {
 void LiveCity::advance(Instant now) {
   for (const auto& old : _retiring) old->tracked.advance(now);
   std::erase_if(_retiring, [](const auto& old) { return old->on_road.empty(); });
+  _current->see(now);
   _current->tracked.advance(now);
 }
 
@@ -179,17 +258,14 @@ void LiveCity::use_timetable(std::shared_ptr<const Network> network, Instant now
   }
   for (const VehicleId& vehicle : not_departed) _current->tracked.release(vehicle, now);
   _network = std::move(network);
-  _retiring.push_back(std::exchange(_current, make_generation(_network, _options.history_until)));
+  _retiring.push_back(std::exchange(_current, make_generation(_network)));
   listen(*_current);
 }
 
 void LiveCity::use_settings(LearnedSettings settings, Instant now) {
   store();
   _settings = std::make_shared<const LearnedSettings>(std::move(settings));
-  const Instant from = rebuild_from(now);
-  auto generation = make_generation(_network, from);
-  replay_into(*generation, from, now);
-  _current = std::move(generation);
+  _current = rebuilt(now);
   listen(*_current);
 }
 
@@ -208,8 +284,7 @@ Snapshot LiveCity::show(Instant now) {
   snapshot.counts.archive_failures = stored.failures;
   snapshot.counts.archive_losses = stored.losses;
   snapshot.counts.cycles = _serial;
-  snapshot.rejections = _current->tracked.engine().rejections();
-  snapshot.rejections.merge(_current->tracked.tracker().rejections());
+  snapshot.rejections = _current->tracked.rejections();
   return snapshot;
 }
 
@@ -235,7 +310,7 @@ std::vector<TripForecast> LiveCity::displayed(Instant now) {
 void LiveCity::add_retiring(std::vector<Tracker::VehicleReport>& said) const {
   std::map<VehicleId, Tracker::VehicleReport> by_vehicle;
   for (const auto& old : _retiring) {
-    for (const Tracker::VehicleReport& report : old->tracked.tracker().vehicles()) {
+    for (const Tracker::VehicleReport& report : old->tracked.vehicles()) {
       if (report.trip) by_vehicle.emplace(report.vehicle, report);
     }
   }
@@ -247,21 +322,27 @@ void LiveCity::add_retiring(std::vector<Tracker::VehicleReport>& said) const {
 std::vector<VehicleView> LiveCity::vehicle_views(const std::vector<TripForecast>& shown,
                                                  Instant now) {
   std::erase_if(_seen, [&](const auto& entry) {
-    return now - entry.second.received > _options.track.memory;
+    return now - entry.second.report.received > _options.track.memory;
   });
-  std::vector<Tracker::VehicleReport> said = _current->tracked.tracker().vehicles();
+  std::vector<Tracker::VehicleReport> said = _current->tracked.vehicles();
   if (!_retiring.empty()) add_retiring(said);
+  std::unordered_map<TripKey, const TripForecast*, TripKeyHash> with_vehicle;
+  for (const TripForecast& forecast : shown) {
+    if (!forecast.vehicle.empty()) with_vehicle.emplace(forecast.trip, &forecast);
+  }
   std::vector<VehicleView> views;
   views.reserve(said.size());
   for (const Tracker::VehicleReport& report : said) {
     const auto seen = _seen.find(report.vehicle);
-    views.push_back(view_of(report, seen == _seen.end() ? nullptr : &seen->second, shown));
+    const auto forecast = report.trip ? with_vehicle.find(*report.trip) : with_vehicle.end();
+    views.push_back(view_of(report, seen == _seen.end() ? nullptr : &seen->second.report,
+                            forecast == with_vehicle.end() ? nullptr : forecast->second));
   }
   return views;
 }
 
 VehicleView LiveCity::view_of(const Tracker::VehicleReport& report, const VehiclePosition* seen,
-                              const std::vector<TripForecast>& shown) const {
+                              const TripForecast* shown) const {
   VehicleView view;
   view.vehicle = report.vehicle;
   view.status = report.status;
@@ -277,43 +358,29 @@ VehicleView LiveCity::view_of(const Tracker::VehicleReport& report, const Vehicl
     view.route = seen->route;
   }
   if (!report.trip) return view;
-  if (const auto trip = _network->schedule(*report.trip)) {
-    view.route = _network->pattern(trip->pattern()).route;
-  }
-  const auto forecast = std::lower_bound(
-      shown.begin(), shown.end(), *report.trip,
-      [](const TripForecast& shown_trip, const TripKey& key) { return shown_trip.trip < key; });
-  if (forecast == shown.end() || forecast->trip != *report.trip) return view;
-  view.offset_m = forecast->offset_m;
-  view.lateness = lateness_of(*forecast, *_network);
+  view.confidence = report.confidence;
+  const TripPlan* const plan = _network->find_trip(report.trip->trip, report.trip->start);
+  if (plan != nullptr) view.route = _network->pattern(plan->pattern).route;
+  if (shown == nullptr) return view;
+  view.offset_m = shown->offset_m;
+  if (plan != nullptr) view.lateness = lateness_of(*shown, *plan, *_network);
   return view;
 }
 
-/// The trip with its vehicle, and the generation that it is on; null when it has none.
-const LiveTrip* LiveCity::find(const TripKey& trip, Generation*& on) const {
-  const auto in = [&](Generation& generation) {
-    on = &generation;
-    return generation.tracked.engine().live(trip);
-  };
+/// The generation that the trip has its vehicle on; the present one if it has none.
+Engine& LiveCity::engine_of(const TripKey& trip) const {
   for (const auto& old : _retiring) {
-    if (const LiveTrip* const live = in(*old)) return live;
+    if (old->tracked.engine().live(trip) != nullptr) return old->tracked.engine();
   }
-  return in(*_current);
+  return _current->tracked.engine();
 }
 
 std::optional<Explanation> LiveCity::explain_trip(const TripKey& trip) {
-  Generation* on = nullptr;
-  const LiveTrip* const live = find(trip, on);
-  if (live == nullptr) return std::nullopt;
-  return explain(*live, on->tracked.engine().desk_of(live->schedule.pattern()));
+  return engine_of(trip).explain_trip(trip);
 }
 
 std::optional<double> LiveCity::delay_s(const TripKey& trip) {
-  Generation* on = nullptr;
-  const LiveTrip* const live = find(trip, on);
-  if (live == nullptr || live->progress.empty()) return std::nullopt;
-  const PatternDesk& desk = on->tracked.engine().desk_of(live->schedule.pattern());
-  return schedule_delay_s(*live, desk.pattern(), desk.grid());
+  return engine_of(trip).delay_s(trip);
 }
 
 }  // namespace qiv

@@ -4,20 +4,19 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
+#include <unordered_map>
 #include <vector>
 
 #include "engine/explain.h"
 #include "engine/tracked_engine.h"
 #include "history/archive.h"
 #include "model/settings.h"
+#include "serve/archive_history.h"
 #include "serve/archive_writer.h"
 #include "serve/snapshot.h"
 
 namespace qiv {
-
-/// Gives the histories of a network's patterns: the trips whose first report was received before
-/// `begun_before`.
-using HistoryFactory = std::function<HistorySource(const Network& network, Instant begun_before)>;
 
 struct LiveCityOptions {
   TrackOptions track;
@@ -25,7 +24,11 @@ struct LiveCityOptions {
   ArchiveWriter::Options writer;
   /// False: nothing is brought into the archive, as when a recorded day is shown again.
   bool records = true;
-  /// The histories begin with the trips before this moment.
+  /// A report that is received again and again, as polled feeds repeat the last one of every
+  /// vehicle, is stored so often. After a restart a vehicle was last heard of by up to so much
+  /// earlier, until its report is received once more.
+  Seconds store_repeated{30};
+  /// The histories begin with the trips that ended before this moment.
   Instant history_until = Instant::max();
   /// After a restart the vehicles on the road are rebuilt from the positions since their trips
   /// began, and this long before ...
@@ -51,8 +54,13 @@ class LiveCity {
   /// under way and is not any more is closed.
   void rebuild(Instant now);
 
-  /// Takes one position, in order of receipt.
-  void take(const VehiclePosition& position);
+  /// Takes positions that were received in the same second, as `TrackedEngine::take` says. After a
+  /// restart the city goes on as this one would have if each second comes in one call.
+  void take(std::span<const VehiclePosition> together);
+  void take(const VehiclePosition& position) { take(std::span(&position, 1)); }
+
+  /// True for the last report of its vehicle, received again.
+  bool is_repeated(const VehiclePosition& position) const;
 
   /// Lets time pass until `now`.
   void advance(Instant now);
@@ -86,20 +94,26 @@ class LiveCity {
 
  private:
   struct Generation;
+  /// The last report of a vehicle.
+  struct Seen {
+    VehiclePosition report;
+    Instant stored{};  ///< when one was received that was stored
+  };
 
-  std::unique_ptr<Generation> make_generation(std::shared_ptr<const Network> network,
-                                              Instant begun_before) const;
+  std::unique_ptr<Generation> make_generation(std::shared_ptr<const Network> network) const;
+  std::unique_ptr<Generation> rebuilt(Instant now) const;
   void listen(Generation& generation);
   Instant rebuild_from(Instant now) const;
   void replay_into(Generation& generation, Instant from, Instant now) const;
   void close_abandoned();
-  const LiveTrip* find(const TripKey& trip, Generation*& on) const;
+  Engine& engine_of(const TripKey& trip) const;
+  void note(const VehiclePosition& position);
   bool take_on_old(const VehiclePosition& position);
   std::vector<TripForecast> displayed(Instant now);
   void add_retiring(std::vector<Tracker::VehicleReport>& said) const;
   std::vector<VehicleView> vehicle_views(const std::vector<TripForecast>& shown, Instant now);
   VehicleView view_of(const Tracker::VehicleReport& report, const VehiclePosition* seen,
-                      const std::vector<TripForecast>& shown) const;
+                      const TripForecast* shown) const;
 
   Archive& _archive;
   HistoryFactory _histories;
@@ -109,7 +123,7 @@ class LiveCity {
   std::shared_ptr<const LearnedSettings> _settings;
   std::unique_ptr<Generation> _current;
   std::vector<std::unique_ptr<Generation>> _retiring;  ///< on earlier timetables, oldest first
-  std::map<VehicleId, VehiclePosition> _seen;          ///< the last of each vehicle
+  std::unordered_map<VehicleId, Seen> _seen;
   std::uint64_t _serial = 0;
   std::uint64_t _taken = 0;
 };

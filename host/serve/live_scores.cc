@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "evaluate/error_stats.h"
+#include "evaluate/other_producer.h"
 
 namespace qiv {
 namespace {
@@ -20,6 +21,19 @@ std::uint64_t hash_of(const std::string& text) {
   std::uint64_t hash = 14695981039346656037ULL;
   for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
   return hash;
+}
+
+/// Whether an error counts as on time in the ETA benchmark.
+bool is_on_time(std::size_t bucket, Seconds error) {
+  return bucket < eta_benchmark.size() && eta_benchmark[bucket].early_s <= error.count() &&
+         error.count() <= eta_benchmark[bucket].late_s;
+}
+
+/// Whether an event may come of what is predicted: something lies within the hours around `now`.
+bool may_be_scored(const PredictedArrivals& arrivals, Instant now) {
+  return std::any_of(arrivals.begin(), arrivals.end(), [&](const std::optional<Instant>& arrival) {
+    return arrival && now - 2 * horizon <= *arrival && *arrival <= now + 2 * horizon;
+  });
 }
 
 double magnitude(Seconds error) {
@@ -46,6 +60,13 @@ LiveScores::Sums& LiveScores::Sums::operator+=(const Sums& other) {
   bounded += other.bounded;
   inside_68 += other.inside_68;
   inside_90 += other.inside_90;
+  agency_n += other.agency_n;
+  agency_absolute_s += other.agency_absolute_s;
+  agency_error_s += other.agency_error_s;
+  agency_on_time += other.agency_on_time;
+  agency_own_n += other.agency_own_n;
+  agency_own_s += other.agency_own_s;
+  forecast_on_agency_s += other.forecast_on_agency_s;
   return *this;
 }
 
@@ -65,6 +86,17 @@ void LiveScores::take(const VehiclePosition& position, const Network& network) {
   Scored& scored = _trips[*trip];
   scored.positions.push_back(position);
   scored.last_heard = position.received;
+}
+
+void LiveScores::take(const AgencyReport& report, const Network& network) {
+  if (report.content->kind != AgencyContent::Kind::trip_updates) return;
+  if (!_agency_since) _agency_since = report.time();
+  AgencyDisplay& display = _agency[report.source];
+  if (display.report.content != report.content) {
+    Rejections not_used;
+    display.arrivals = arrivals_of(report.content->updates, network, not_used);
+  }
+  display.report = report;
 }
 
 bool LiveScores::is_due(Instant now) const {
@@ -90,10 +122,24 @@ void LiveScores::sample(Instant now, const std::vector<TripForecast>& shown,
       sample.observed.push_back(stop.observed);
     }
   }
+  sample_agency(now);
   for (auto trip = _trips.begin(); trip != _trips.end();) {
     const bool over = now - trip->second.last_heard > _options.patience;
     if (over) score(trip->first, trip->second, network);
     trip = over ? _trips.erase(trip) : std::next(trip);
+  }
+}
+
+void LiveScores::sample_agency(Instant now) {
+  for (const auto& [source, display] : _agency) {
+    if (now - display.report.time() > longest_snapshot_age) continue;
+    for (const auto& [trip, arrivals] : display.arrivals) {
+      if (!is_scored(trip) || !may_be_scored(arrivals, now)) continue;
+      Scored& scored = _trips[trip];
+      if (scored.positions.empty()) scored.last_heard = now;
+      Sample& sample = scored.samples[now];
+      if (sample.agency.empty()) sample.agency = arrivals;
+    }
   }
 }
 
@@ -143,9 +189,10 @@ void LiveScores::score_stop(const ScheduledTrip& trip, const Scored& scored, std
     const auto delay_s = sample != nullptr ? sample->delay_s : std::nullopt;
     sums.timetable_delay_s +=
         magnitude(actual - with_delay(scheduled, trip.first_departure(), delay_s, *moment));
-    if (*bucket < eta_benchmark.size() && eta_benchmark[*bucket].early_s <= error.count() &&
-        error.count() <= eta_benchmark[*bucket].late_s) {
-      ++sums.on_time;
+    if (is_on_time(*bucket, error)) ++sums.on_time;
+    if (_agency_since && *moment >= *_agency_since) {
+      const Sample* const heard = entry != scored.samples.end() ? &entry->second : nullptr;
+      score_agency(heard, stop, {actual, scheduled, error, *bucket}, sums);
     }
     if (sample == nullptr || sample->observed[stop]) continue;
     const BoundedTime& bounds = sample->arrivals[stop];
@@ -153,6 +200,21 @@ void LiveScores::score_stop(const ScheduledTrip& trip, const Scored& scored, std
     if (bounds.lower_68 <= actual && actual <= bounds.upper_68) ++sums.inside_68;
     if (bounds.lower_90 <= actual && actual <= bounds.upper_90) ++sums.inside_90;
   }
+}
+
+void LiveScores::score_agency(const Sample* sample, std::size_t stop, const Event& event,
+                              Sums& sums) {
+  const bool is_own =
+      sample != nullptr && stop < sample->agency.size() && sample->agency[stop].has_value();
+  const Seconds error = event.actual - (is_own ? *sample->agency[stop] : event.scheduled);
+  ++sums.agency_n;
+  sums.agency_absolute_s += magnitude(error);
+  sums.agency_error_s += static_cast<double>(error.count());
+  if (is_on_time(event.bucket, error)) ++sums.agency_on_time;
+  if (!is_own) return;
+  ++sums.agency_own_n;
+  sums.agency_own_s += magnitude(error);
+  sums.forecast_on_agency_s += magnitude(event.forecast_error);
 }
 
 std::vector<LiveScore> LiveScores::scores() const {
@@ -174,6 +236,8 @@ LiveScore LiveScores::summary(const Bin& bin, Seconds span) {
     return whole == 0 ? 0.0 : part / static_cast<double>(whole);
   };
   double shares = 0.0;
+  double agency_shares = 0.0;
+  std::uint64_t agency_n = 0;
   for (std::size_t i = 0; i < bucket_count; ++i) {
     const Sums& sums = bin.sums[i];
     LiveScoreBucket bucket;
@@ -186,10 +250,21 @@ LiveScore LiveScores::summary(const Bin& bin, Seconds span) {
     bucket.coverage_90 = ratio(static_cast<double>(sums.inside_90), sums.bounded);
     bucket.timetable_mae_s = ratio(sums.timetable_s, sums.n);
     bucket.timetable_delay_mae_s = ratio(sums.timetable_delay_s, sums.n);
+    if (sums.agency_n > 0) {
+      bucket.agency = {ratio(sums.agency_absolute_s, sums.agency_n),
+                       ratio(sums.agency_error_s, sums.agency_n), sums.agency_own_n,
+                       ratio(sums.agency_own_s, sums.agency_own_n),
+                       ratio(sums.forecast_on_agency_s, sums.agency_own_n)};
+    }
     score.buckets.push_back(bucket);
-    if (i < eta_benchmark.size()) shares += ratio(static_cast<double>(sums.on_time), sums.n);
+    agency_n += sums.agency_n;
+    if (i >= eta_benchmark.size()) continue;
+    shares += ratio(static_cast<double>(sums.on_time), sums.n);
+    agency_shares += ratio(static_cast<double>(sums.agency_on_time), sums.agency_n);
   }
-  score.eta_score = 100.0 * shares / static_cast<double>(eta_benchmark.size());
+  const auto parts = static_cast<double>(eta_benchmark.size());
+  score.eta_score = 100.0 * shares / parts;
+  if (agency_n > 0) score.agency_eta_score = 100.0 * agency_shares / parts;
   return score;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <thread>
 #include <utility>
 
@@ -49,23 +50,58 @@ void LiveService::post(std::function<void(LiveCity&, Instant)> job) {
   _wake.notify_all();
 }
 
+void LiveService::tell(AgencyReport report) {
+  const std::lock_guard lock(_mutex);
+  _told.push_back(std::move(report));
+}
+
 void LiveService::set_not_ready(std::string reason) {
   const std::lock_guard lock(_mutex);
   _not_ready = std::move(reason);
 }
 
 void LiveService::receive(std::vector<VehiclePosition>&& positions) {
-  const std::lock_guard lock(_mutex);
-  std::move(positions.begin(), positions.end(), std::back_inserter(_waiting));
-  while (_waiting.size() > _options.most_waiting) {
-    _waiting.pop_front();
-    ++_given_up;
+  {
+    const std::lock_guard lock(_mutex);
+    std::move(positions.begin(), positions.end(), std::back_inserter(_waiting));
+    while (_waiting.size() > _options.most_waiting) {
+      _waiting.pop_front();
+      ++_given_up;
+    }
   }
+  _wake.notify_all();
 }
 
-void LiveService::take(const VehiclePosition& position) {
-  _scores.take(position, _city.network());
-  _city.take(position);
+void LiveService::take(std::span<const VehiclePosition> positions) {
+  for (const VehiclePosition& position : positions) {
+    // The score of a recorded day is that of its evaluation, which takes all there is.
+    if (_recording || !_city.is_repeated(position)) _scores.take(position, _city.network());
+  }
+  for_each_second(positions, [this](auto together) { _city.take(together); });
+}
+
+void LiveService::take_recorded(std::span<const VehiclePosition> positions) {
+  SourceView& view = *_recording;
+  for (const VehiclePosition& position : positions) {
+    if (view.header_time != position.received) ++view.fetches;
+    view.last_success = view.header_time = position.received;
+    view.newest_entity_time =
+        std::max(view.newest_entity_time.value_or(position.time), position.time);
+  }
+  view.positions += positions.size();
+  take(positions);
+}
+
+void LiveService::take_told() {
+  std::vector<AgencyReport> told;
+  {
+    const std::lock_guard lock(_mutex);
+    told.swap(_told);
+  }
+  for (const AgencyReport& report : told) {
+    _scores.take(report, _city.network());
+    _statements.take(report);
+  }
 }
 
 /// Does the jobs that were posted.
@@ -80,9 +116,11 @@ void LiveService::work_off(Instant now) {
 
 void LiveService::cycle(Instant now) {
   const auto began = Steady::now();
+  take_told();
   _city.advance(now);
   _city.store();
   auto snapshot = std::make_shared<Snapshot>(_city.show(now));
+  _statements.apply(*snapshot);
   if (_scores.is_due(now)) {
     _scores.sample(
         now, snapshot->trips, [&](const TripKey& trip) { return _city.delay_s(trip); },
@@ -91,6 +129,7 @@ void LiveService::cycle(Instant now) {
   snapshot->city = _options.city;
   snapshot->version = _options.version;
   snapshot->scores = _scores.scores();
+  if (_recording) snapshot->sources.push_back(*_recording);
   for (const auto& source : _sources) snapshot->sources.push_back(source->view(now));
   {
     const std::lock_guard lock(_mutex);
@@ -113,6 +152,19 @@ void LiveService::wait_for_cycle(std::stop_token stop, Steady::time_point until,
   }
 }
 
+void LiveService::wait_for_cycle(std::stop_token stop, const CyclePace& pace) {
+  while (!stop.stop_requested()) {
+    {
+      std::unique_lock lock(_mutex);
+      const Steady::time_point due = pace.due(!_waiting.empty());
+      if (due <= Steady::now() && _jobs.empty()) return;
+      _wake.wait_until(lock, stop, due,
+                       [&] { return !_jobs.empty() || pace.due(!_waiting.empty()) < due; });
+    }
+    work_off(_last);
+  }
+}
+
 void LiveService::run(std::stop_token stop, const Clock& clock) {
   std::vector<std::jthread> threads;
   for (const auto& source : _sources) {
@@ -122,22 +174,27 @@ void LiveService::run(std::stop_token stop, const Clock& clock) {
       });
     });
   }
-  auto next = Steady::now();
+  CyclePace pace(_options.cycle);
   while (!stop.stop_requested()) {
-    next = std::max(next + _options.cycle, Steady::now());
-    std::deque<VehiclePosition> positions;
+    std::vector<VehiclePosition> positions;
     {
       const std::lock_guard lock(_mutex);
-      positions.swap(_waiting);
+      positions.assign(std::make_move_iterator(_waiting.begin()),
+                       std::make_move_iterator(_waiting.end()));
+      _waiting.clear();
     }
-    _last = steadied(clock(), _last);
+    pace.begin(Steady::now(), !positions.empty());
+    // A second that was shown is closed: what came in it later counts as received in the next.
+    const Instant time = clock();
+    const Instant open = std::min(_last, time) + Seconds(1);
+    _last = steadied(time, _last);
     for (VehiclePosition& position : positions) {
-      _last = std::max(_last, position.received);
-      position.received = std::max(position.received, _last);
-      take(position);
+      _last = std::max({_last, position.received, open});
+      position.received = _last;
     }
+    take(positions);
     cycle(_last);
-    wait_for_cycle(stop, next, [&] { return _last; });
+    wait_for_cycle(stop, pace);
   }
   for (std::jthread& thread : threads) thread.request_stop();
   threads.clear();
@@ -145,16 +202,25 @@ void LiveService::run(std::stop_token stop, const Clock& clock) {
 }
 
 void LiveService::run_recorded(std::stop_token stop, const std::vector<VehiclePosition>& positions,
-                               const RecordedPace& pace) {
+                               const RecordedPace& pace, std::span<const AgencyReport> agency) {
   if (positions.empty()) return;
+  _recording.emplace();
+  _recording->name = pace.name;
+  _recording->kind = "recorded day";
+  _recording->health = SourceHealth::good;
   const Seconds step = recorded_step(pace.speed, _options.cycle, _options.scores.interval);
   const Instant first = positions.front().received;
   const Instant shown_from = std::max(first, pace.shown_from);
   auto began = Steady::now();
   auto position = positions.begin();
+  auto report = agency.begin();
   for (Instant now = first; now < positions.back().received && !stop.stop_requested();
        now += now < shown_from ? _options.scores.interval : step) {
-    for (; position != positions.end() && position->received <= now; ++position) take(*position);
+    const auto next = std::find_if(position, positions.end(),
+                                   [now](const auto& later) { return later.received > now; });
+    take_recorded({position, next});
+    position = next;
+    for (; report != agency.end() && report->received <= now; ++report) tell(*report);
     _last = now;
     work_off(now);
     cycle(now);
@@ -166,8 +232,9 @@ void LiveService::run_recorded(std::stop_token stop, const std::vector<VehiclePo
                    [now] { return now; });
   }
   if (stop.stop_requested()) return;
-  for (; position != positions.end(); ++position) take(*position);
+  take_recorded({position, positions.end()});
   _last = positions.back().received;
+  _recording->health = SourceHealth::finished;
   _scores.finish(_city.network());
   cycle(_last);
 }

@@ -6,10 +6,14 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <vector>
 
+#include "serve/agency/agency_statements.h"
+#include "serve/cycle_pace.h"
 #include "serve/live_city.h"
 #include "serve/live_scores.h"
 #include "serve/source.h"
@@ -28,6 +32,7 @@ struct ServiceOptions {
 
 /// How fast a recorded day moves.
 struct RecordedPace {
+  std::string name = "recorded day";    ///< of the source, for people
   double speed = 0.0;                   ///< times as fast as it was recorded; 0: as fast as it goes
   Instant shown_from = Instant::min();  ///< until here it goes as fast as it can, unseen
 };
@@ -49,13 +54,18 @@ class LiveService {
   /// Runs until it is asked to stop. Everything that was taken is stored then.
   void run(std::stop_token stop, const Clock& clock);
 
-  /// Shows recorded positions, in order of receipt, as if they came now. Returns when they have
-  /// come to their end, or when it is asked to stop. Sources are not run.
+  /// Shows recorded positions, in order of receipt, as if they came now, and with them what the
+  /// agency said, in the same order. Returns when the positions have come to their end, or when it
+  /// is asked to stop. Sources are not run; the recording is shown as one.
   void run_recorded(std::stop_token stop, const std::vector<VehiclePosition>& positions,
-                    const RecordedPace& pace);
+                    const RecordedPace& pace, std::span<const AgencyReport> agency = {});
 
   /// Answers questions, and shows nothing new, until it is asked to stop.
   void stand_still(std::stop_token stop);
+
+  /// Takes what one of the agency's own feeds says, for the next cycle. May be called by any
+  /// thread.
+  void tell(AgencyReport report);
 
   /// Has `job` done by the engine's thread before its next cycle, for questions and changes that
   /// need the city. May be called by any thread.
@@ -70,8 +80,11 @@ class LiveService {
   void receive(std::vector<VehiclePosition>&& positions);
   void wait_for_cycle(std::stop_token stop, std::chrono::steady_clock::time_point until,
                       const Clock& clock);
+  void wait_for_cycle(std::stop_token stop, const CyclePace& pace);
   void work_off(Instant now);
-  void take(const VehiclePosition& position);
+  void take(std::span<const VehiclePosition> positions);
+  void take_recorded(std::span<const VehiclePosition> positions);
+  void take_told();
   void cycle(Instant now);
 
   LiveCity& _city;
@@ -79,10 +92,13 @@ class LiveService {
   Publish _publish;
   ServiceOptions _options;
   LiveScores _scores;
+  AgencyStatements _statements;
+  std::optional<SourceView> _recording;  ///< of the recorded day that is shown
 
   std::mutex _mutex;
   std::condition_variable_any _wake;
   std::deque<VehiclePosition> _waiting;
+  std::vector<AgencyReport> _told;
   std::deque<std::function<void(LiveCity&, Instant)>> _jobs;
   std::string _not_ready;
   std::uint64_t _given_up = 0;

@@ -38,6 +38,26 @@ test('every state of a source fits the description', async () => {
   }
 });
 
+test('canceled trips and incidents fit the description', async () => {
+  const { vehicles } = await get('/api/v1/vehicles');
+  const { trip, vehicle_id } = vehicles.find((one) => one.status === 'under_way' && one.next_stop);
+  const { stop_id } = vehicles.find((one) => one.trip === trip).next_stop;
+  for (const status of ['detoured', 'standing']) {
+    mock.world.incidents.set(vehicle_id, { status, reason: 'road works' });
+    const answer = await get(`/api/v1/vehicles/${vehicle_id}`);
+    assert_fits('VehicleDetail', answer);
+    assert.equal(answer.vehicle.status, status);
+  }
+  mock.world.incidents.clear();
+  mock.world.canceled.add(trip);
+  assert_fits('Vehicles', await get('/api/v1/vehicles'));
+  const arrivals = await get(`/api/v1/stops/${stop_id}/arrivals`);
+  assert_fits('Arrivals', arrivals);
+  assert.equal(arrivals.arrivals.find((one) => one.trip === trip).state, 'canceled');
+  assert_fits('TripDetail', await get(`/api/v1/trips/${encodeURIComponent(trip)}`));
+  mock.world.canceled.clear();
+});
+
 test('events begin with the whole', async () => {
   const ending = new AbortController();
   const answer = await fetch(`${address}/events?vehicles=all&stop=PERSE&vehicle=nobody`, { signal: ending.signal });

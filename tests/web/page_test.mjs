@@ -126,6 +126,21 @@ on_page('shows how good the forecasts were', '#panel=scores', async (page) => {
   await stage.picture(page, 'scores');
 });
 
+on_page('shows how good the agency’s own predictions were', '#panel=scores', async (page) => {
+  await page.locator('.segments button').first().waitFor();
+  const { scores } = await (await fetch(`${stage.address}/api/v1/scores`)).json();
+  const [score] = scores;
+  const buckets = score.buckets.filter((bucket) => bucket.n > 0);
+  const predicts = score.agency_eta_score !== null && buckets.length > 0 && buckets.every((bucket) => bucket.agency);
+  await (buckets.length > 0 ? page.locator('.figures').first() : page.getByText('No arrival has been scored')).waitFor();
+  const figures = page.locator('.figures[aria-label="The agency’s own"]');
+  assert.equal(await figures.count(), predicts ? 1 : 0);
+  if (!predicts) return;
+  assert.match(await figures.innerText(), new RegExp(`ETA score\\s+${score.agency_eta_score.toFixed(1)}`, 'i'));
+  await page.getByText('The same as a table').click();
+  assert.equal(await page.locator('thead th', { hasText: 'The agency’s own' }).count(), 1);
+});
+
 on_page('shows every source with its age and counts', '#panel=sources', async (page) => {
   const { sources } = await (await fetch(`${stage.address}/api/v1/sources`)).json();
   if (sources.length === 0) {
@@ -206,6 +221,45 @@ test('a link to what is not there says so', async () => {
   await page.getByText('There is no such thing here now.').waitFor();
   // The browser itself notes the 404 in its console; nothing else may stand there.
   assert.deepEqual(page.faults.filter((fault) => !fault.includes('404')), []);
+  await page.context().close();
+});
+
+test('a canceled trip stays on the board, struck out', { skip: real_address ? 'needs the stand-in' : false }, async () => {
+  const { stop_id } = await stop_ahead();
+  const { arrivals } = await (await fetch(`${stage.address}/api/v1/stops/${stop_id}/arrivals?limit=10`)).json();
+  const canceled = arrivals.filter((arrival) => !arrival.last_stop)[1];
+  const page = await stage.live_page(`#stop=${encodeURIComponent(stop_id)}`);
+  const row = page.locator(`.board-row:has(a[href="#trip=${encodeURIComponent(canceled.trip)}"])`);
+  await row.locator('.band').waitFor();
+  stage.mock.world.canceled.add(canceled.trip);
+  await row.getByText('Canceled').waitFor();
+  assert.match(await row.locator('s').innerText(), /^\d\d:\d\d$/);
+  assert.equal(await row.locator('.band').count(), 0);
+  await row.locator('a').click();
+  await page.locator('.facts', { hasText: 'Canceled' }).waitFor();
+  await page.locator('.strip-row.not-made').first().waitFor();
+  assert.equal(await page.locator('.next-card').count(), 0);
+  stage.mock.world.canceled.clear();
+  await page.locator('.next-card').waitFor();
+  assert.deepEqual(page.faults, []);
+  await page.context().close();
+});
+
+test('a vehicle that is detoured or stands for too long says so', { skip: real_address ? 'needs the stand-in' : false }, async () => {
+  const { vehicle } = await vehicle_under_way(stage.address);
+  const page = await stage.live_page(`#vehicle=${encodeURIComponent(vehicle.vehicle_id)}`);
+  const facts = page.locator('.facts');
+  await facts.getByText('Under way', { exact: true }).waitFor();
+  stage.mock.world.incidents.set(vehicle.vehicle_id, { status: 'detoured', reason: 'beside its route for 900 m' });
+  await facts.getByText('Detoured, going on beside its route').waitFor();
+  await facts.getByText('beside its route for 900 m', { exact: true }).waitFor();
+  await page.locator('.strip-row .band').first().waitFor();
+  stage.mock.world.incidents.set(vehicle.vehicle_id, { status: 'standing', reason: 'no progress for 14 min' });
+  await facts.getByText('Standing for too long').waitFor();
+  await facts.getByText('no progress for 14 min').waitFor();
+  stage.mock.world.incidents.clear();
+  await facts.getByText('Under way', { exact: true }).waitFor();
+  assert.deepEqual(page.faults, []);
   await page.context().close();
 });
 

@@ -1,9 +1,6 @@
 #include "serve/api/event_hub.h"
 
-#include <algorithm>
 #include <utility>
-
-#include "serve/api/event_json.h"
 
 namespace qiv {
 
@@ -48,44 +45,11 @@ void EventHub::run() {
       now = _latest;
       newcomers.swap(_newcomers);
     }
-    if (now != told) tell_all(told, now);
-    for (const Newcomer& newcomer : newcomers) welcome(newcomer, *now);
+    if (told != nullptr && now != told) _followers.tell(*told, *now);
+    for (const Newcomer& newcomer : newcomers) {
+      _followers.welcome(newcomer.topics, newcomer.stream, *now);
+    }
     told = std::move(now);
-  }
-}
-
-void EventHub::tell_all(const OutputsPtr& before, const OutputsPtr& now) {
-  for (auto at = _followers.begin(); at != _followers.end();) {
-    auto& [topic, followers] = *at;
-    EventContent content;
-    if (topic.kind == EventTopic::Kind::all_vehicles && before != nullptr) {
-      content = vehicle_moves(before->snapshot(), now->snapshot());
-      followers.content.clear();
-    } else {
-      content = event_content(topic, *now);
-    }
-    if (!content.members.empty() && content.members != followers.content) {
-      const auto event = std::make_shared<const std::string>(event_text(content, now->snapshot()));
-      std::erase_if(followers.streams, [&](const auto& stream) { return !stream->push(event); });
-      followers.content = std::move(content.members);
-    } else {
-      std::erase_if(followers.streams, [](const auto& stream) { return stream->closed(); });
-    }
-    at = followers.streams.empty() ? _followers.erase(at) : std::next(at);
-  }
-}
-
-void EventHub::welcome(const Newcomer& newcomer, const Outputs& now) {
-  for (const EventTopic& topic : newcomer.topics) {
-    EventContent content = event_content(topic, now);
-    if (content.members.empty()) continue;  // a stop that the newest timetable does not have
-    const auto event = std::make_shared<const std::string>(event_text(content, now.snapshot()));
-    if (!newcomer.stream->push(event)) return;
-    Followers& followers = _followers[topic];
-    if (topic.kind != EventTopic::Kind::all_vehicles) {
-      followers.content = std::move(content.members);
-    }
-    followers.streams.push_back(newcomer.stream);
   }
 }
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "serve/api/event_hub.h"
+#include "serve/api/event_topic.h"
 #include "serve/api/outputs.h"
 
 namespace qiv {

@@ -1,12 +1,9 @@
 #include "serve/api/feed_guard.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
-#include <vector>
 
-#include "gtfs-realtime.pb.h"
-#include "publish/check.h"
+#include "publish/kept_trip_updates.h"
 #include "publish/trip_updates.h"
 
 namespace qiv {
@@ -14,84 +11,56 @@ namespace {
 
 constexpr const char* protobuf_type = "application/x-protobuf";
 
-using transit_realtime::FeedMessage;
-
 std::size_t followed(const Snapshot& snapshot) {
   return static_cast<std::size_t>(
       std::count_if(snapshot.vehicles.begin(), snapshot.vehicles.end(),
                     [](const VehicleView& vehicle) { return vehicle.trip.has_value(); }));
 }
 
-void remove_entities(FeedMessage& message, const std::map<std::string, FeedViolation>& faulty) {
-  auto* const entities = message.mutable_entity();
-  int kept = 0;
-  for (int i = 0; i < entities->size(); ++i) {
-    if (faulty.contains(entities->Get(i).id())) continue;
-    if (kept != i) entities->SwapElements(kept, i);
-    ++kept;
-  }
-  entities->DeleteSubrange(kept, entities->size() - kept);
-}
-
 }  // namespace
 
 struct FeedGuard::Candidate {
-  FeedMessage message;
+  KeptTripUpdates::Feed feed;
   Instant time{};
-  Rejections withheld;
-  std::size_t built = 0;     ///< trips before the check
   std::size_t vehicles = 0;  ///< followed
-  std::string header_fault;
-
-  std::size_t kept() const { return static_cast<std::size_t>(message.entity_size()); }
 };
+
+FeedGuard::FeedGuard(FeedGuardOptions options)
+    : _options(options), _updates(std::make_unique<KeptTripUpdates>()) {}
+
+FeedGuard::FeedGuard(FeedGuard&&) noexcept = default;
+FeedGuard& FeedGuard::operator=(FeedGuard&&) noexcept = default;
+FeedGuard::~FeedGuard() = default;
 
 GuardedFeed FeedGuard::next(const Snapshot& snapshot) {
   const Instant time = std::max(snapshot.now, _last_header);
-  const Candidate candidate = build(snapshot, time);
-  _trips_withheld += candidate.withheld.total();
+  Candidate candidate = build(snapshot, time);
+  _trips_withheld += candidate.feed.withheld.total();
   if (_last_now < snapshot.now && _last_now > Instant()) _stood += snapshot.now - _last_now;
   _last_now = snapshot.now;
   std::string fault = fault_of(candidate);
   GuardedFeed feed =
       fault.empty() ? accept(candidate) : stand(candidate, snapshot, std::move(fault));
   _last_header = std::max(_last_header, feed.header_time);
-  feed.withheld = candidate.withheld;
+  feed.withheld = std::move(candidate.feed.withheld);
   feed.trips_withheld = _trips_withheld;
   feed.feeds_withheld = _feeds_withheld;
   return feed;
 }
 
-FeedGuard::Candidate FeedGuard::build(const Snapshot& snapshot, Instant time) const {
-  Candidate candidate;
-  TripUpdateFeed feed = trip_updates(snapshot.trips, *snapshot.network, time);
-  candidate.message = std::move(feed.message);
-  candidate.withheld = std::move(feed.withheld);
-  candidate.time = time;
-  candidate.vehicles = followed(snapshot);
-  candidate.built = candidate.kept();
-  FeedCheckOptions options;
-  if (_good) options.previous_header = _last_header;
-  std::map<std::string, FeedViolation> faulty;
-  for (FeedViolation& violation : check_feed(candidate.message, *snapshot.network, options)) {
-    if (!violation.entity.empty()) {
-      std::string entity = violation.entity;
-      faulty.emplace(std::move(entity), std::move(violation));
-    } else if (candidate.header_fault.empty()) {
-      candidate.header_fault = std::string(to_string(violation.rule)) + ": " + violation.detail;
-    }
-  }
-  for (const auto& [entity, violation] : faulty) {
-    candidate.withheld.add(std::string("fails the check: ") + to_string(violation.rule),
-                           [&] { return entity + ": " + violation.detail; });
-  }
-  remove_entities(candidate.message, faulty);
-  return candidate;
+FeedGuard::Candidate FeedGuard::build(const Snapshot& snapshot, Instant time) {
+  FeedCheckOptions check;
+  if (_good) check.previous_header = _last_header;
+  return {_updates->next(snapshot.trips, snapshot.network, time, check), time, followed(snapshot)};
 }
 
 std::string FeedGuard::fault_of(const Candidate& candidate) const {
-  if (!candidate.header_fault.empty()) return candidate.header_fault;
-  if (candidate.built > 0 && candidate.kept() == 0) return "every trip fails the check";
+  const KeptTripUpdates::Feed& feed = candidate.feed;
+  if (!feed.header_violations.empty()) {
+    const FeedViolation& first = feed.header_violations.front();
+    return std::string(to_string(first.rule)) + ": " + first.detail;
+  }
+  if (feed.made > 0 && feed.trips == 0) return "every trip fails the check";
   if (!_good || _good->trips < _options.least_trips) return {};
   // What the vehicles explain: with half of them gone, half of the trips may be, too.
   const double vehicles_left = _good_vehicles == 0
@@ -99,17 +68,17 @@ std::string FeedGuard::fault_of(const Candidate& candidate) const {
                                    : std::min(1.0, static_cast<double>(candidate.vehicles) /
                                                        static_cast<double>(_good_vehicles));
   const double expected = static_cast<double>(_good->trips) * vehicles_left;
-  if (static_cast<double>(candidate.kept()) >= _options.collapse_share * expected) return {};
+  if (static_cast<double>(feed.trips) >= _options.collapse_share * expected) return {};
   return "the trips fall from " + std::to_string(_good->trips) + " to " +
-         std::to_string(candidate.kept()) + ", the vehicles from " +
-         std::to_string(_good_vehicles) + " to " + std::to_string(candidate.vehicles);
+         std::to_string(feed.trips) + ", the vehicles from " + std::to_string(_good_vehicles) +
+         " to " + std::to_string(candidate.vehicles);
 }
 
-GuardedFeed FeedGuard::accept(const Candidate& candidate) {
+GuardedFeed FeedGuard::accept(Candidate& candidate) {
   GuardedFeed feed;
   feed.header_time = candidate.time;
-  feed.trips = candidate.kept();
-  feed.bytes = make_blob(to_bytes(candidate.message), protobuf_type, candidate.time);
+  feed.trips = candidate.feed.trips;
+  feed.bytes = make_blob(std::move(candidate.feed.bytes), protobuf_type, candidate.time);
   _good = feed;
   _good_vehicles = candidate.vehicles;
   _stood = Seconds(0);

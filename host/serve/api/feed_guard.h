@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -11,6 +12,8 @@
 #include "serve/snapshot.h"
 
 namespace qiv {
+
+class KeptTripUpdates;
 
 struct FeedGuardOptions {
   /// The last good feed stands for at most this long when the newest cannot be published.
@@ -40,7 +43,10 @@ struct GuardedFeed {
 /// header's time never goes back.
 class FeedGuard {
  public:
-  explicit FeedGuard(FeedGuardOptions options = {}) : _options(options) {}
+  explicit FeedGuard(FeedGuardOptions options = {});
+  FeedGuard(FeedGuard&&) noexcept;
+  FeedGuard& operator=(FeedGuard&&) noexcept;
+  ~FeedGuard();
 
   /// The feed to serve from now on. Precondition: the snapshot has a network.
   GuardedFeed next(const Snapshot& snapshot);
@@ -48,12 +54,13 @@ class FeedGuard {
  private:
   struct Candidate;
 
-  Candidate build(const Snapshot& snapshot, Instant time) const;
+  Candidate build(const Snapshot& snapshot, Instant time);
   std::string fault_of(const Candidate& candidate) const;
-  GuardedFeed accept(const Candidate& candidate);
+  GuardedFeed accept(Candidate& candidate);
   GuardedFeed stand(const Candidate& candidate, const Snapshot& snapshot, std::string detail);
 
   FeedGuardOptions _options;
+  std::unique_ptr<KeptTripUpdates> _updates;
   std::optional<GuardedFeed> _good;  ///< the last good or empty feed
   std::size_t _good_vehicles = 0;    ///< followed then
   Instant _last_header{};

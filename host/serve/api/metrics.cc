@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <string_view>
 
 #include "serve/api/metrics_text.h"
@@ -99,6 +101,8 @@ constexpr std::array source_counts = {
     SourceCount{"qiv_source_time_jumps_total", "Jumps of the header's time",
                 &SourceView::time_jumps},
     SourceCount{"qiv_source_positions_total", "Vehicle reports taken", &SourceView::positions},
+    SourceCount{"qiv_source_statements_total", "The agency's trip updates and alerts taken",
+                &SourceView::statements},
 };
 
 struct SourceAge {
@@ -193,6 +197,64 @@ void write_scores(MetricsText& text, const Snapshot& snapshot) {
   }
 }
 
+struct AgencyValue {
+  const char* name;
+  const char* help;
+  double AgencyScoreBucket::*value;
+};
+
+constexpr std::array agency_values = {
+    AgencyValue{"qiv_score_agency_error_seconds", "Mean absolute error of the agency's predictions",
+                &AgencyScoreBucket::mae_s},
+    AgencyValue{"qiv_score_agency_bias_seconds", "Mean of actual minus predicted by the agency",
+                &AgencyScoreBucket::bias_s},
+};
+
+void write_agency_scores(MetricsText& text, const Snapshot& snapshot) {
+  text.family("qiv_score_agency_eta_percent", "gauge",
+              "Score of the agency's predictions in the ETA accuracy benchmark");
+  for (const LiveScore& score : snapshot.scores) {
+    if (score.agency_eta_score) {
+      text.sample(*score.agency_eta_score, {{"span", span_name(score.span)}});
+    }
+  }
+  for (const AgencyValue& value : agency_values) {
+    text.family(value.name, "gauge", value.help);
+    for (const LiveScore& score : snapshot.scores) {
+      for (const LiveScoreBucket& bucket : score.buckets) {
+        if (!bucket.agency) continue;
+        text.sample((*bucket.agency).*value.value, {{"span", span_name(score.span)},
+                                                    {"from_min", std::to_string(bucket.from_min)},
+                                                    {"to_min", std::to_string(bucket.to_min)}});
+      }
+    }
+  }
+}
+
+void write_changes(MetricsText& text, const Snapshot& snapshot) {
+  std::uint64_t canceled = 0;
+  std::uint64_t contradicted = 0;
+  std::uint64_t skipped = 0;
+  const ServiceChanges changes = snapshot.changes == nullptr ? ServiceChanges() : *snapshot.changes;
+  for (const auto& [trip, change] : changes.trips) {
+    if (change.contradicted) ++contradicted;
+    if (change.canceled && !change.contradicted) ++canceled;
+    skipped += change.skipped.size();
+  }
+  text.family("qiv_agency_changes", "gauge", "What the agency says of its service, by kind");
+  text.sample(to_number(canceled), {{"kind", "canceled_trips"}});
+  text.sample(to_number(contradicted), {{"kind", "contradicted_trips"}});
+  text.sample(to_number(skipped), {{"kind", "skipped_stops"}});
+  text.sample(to_number(changes.added.size()), {{"kind", "added_trips"}});
+  text.sample(to_number(changes.without_data), {{"kind", "calls_without_data"}});
+  text.family("qiv_agency_alerts", "gauge", "The agency's active alerts, by effect");
+  std::map<std::string, std::uint64_t> by_effect;
+  for (const ServiceAlert& alert : changes.alerts) ++by_effect[to_string(alert.effect)];
+  for (const auto& [effect, count] : by_effect) {
+    text.sample(to_number(count), {{"effect", effect}});
+  }
+}
+
 void write_server(MetricsText& text, const ServerCounts& server) {
   constexpr std::array<const char*, 6> classes = {"", "1xx", "2xx", "3xx", "4xx", "5xx"};
   text.family("qiv_http_answers_total", "counter", "HTTP answers by class of status");
@@ -221,6 +283,8 @@ std::string metrics_text(const Outputs& outputs, const ServerCounts& server) {
   write_trip_updates(text, outputs);
   write_sources(text, outputs.snapshot());
   write_scores(text, outputs.snapshot());
+  write_agency_scores(text, outputs.snapshot());
+  write_changes(text, outputs.snapshot());
   write_server(text, server);
   return text.text();
 }

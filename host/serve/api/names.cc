@@ -10,8 +10,12 @@ const char* api_name(VehicleStatus status) {
       return "waiting";
     case VehicleStatus::at_terminus:
       return "at_terminus";
+    case VehicleStatus::standing:
+      return "standing";
     case VehicleStatus::off_route:
       return "off_route";
+    case VehicleStatus::detoured:
+      return "detoured";
     case VehicleStatus::no_trip:
       return "no_trip";
     case VehicleStatus::unknown_trip:

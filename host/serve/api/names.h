@@ -11,13 +11,14 @@ namespace qiv {
 // Every value that outputs list by name.
 
 inline constexpr std::array vehicle_statuses = {
-    VehicleStatus::under_way,      VehicleStatus::waiting, VehicleStatus::at_terminus,
-    VehicleStatus::off_route,      VehicleStatus::no_trip, VehicleStatus::unknown_trip,
-    VehicleStatus::not_in_service, VehicleStatus::stale,   VehicleStatus::doubled};
+    VehicleStatus::under_way, VehicleStatus::waiting,      VehicleStatus::at_terminus,
+    VehicleStatus::standing,  VehicleStatus::off_route,    VehicleStatus::detoured,
+    VehicleStatus::no_trip,   VehicleStatus::unknown_trip, VehicleStatus::not_in_service,
+    VehicleStatus::stale,     VehicleStatus::doubled};
 
 inline constexpr std::array trip_states = {TripState::not_begun, TripState::waiting,
                                            TripState::under_way, TripState::overdue,
-                                           TripState::finished};
+                                           TripState::finished,  TripState::canceled};
 
 inline constexpr std::array source_healths = {SourceHealth::starting, SourceHealth::good,
                                               SourceHealth::stale, SourceHealth::failing,

@@ -112,7 +112,20 @@ void write_source(JsonWriter& json, const SourceView& source, Instant now) {
   json.member("empty", source.empty);
   json.member("time_jumps", source.time_jumps);
   json.member("positions", source.positions);
+  json.member("statements", source.statements);
   write_rejections(json, "rejections", source.rejections);
+  json.end_object();
+}
+
+void write_agency(JsonWriter& json, const std::optional<AgencyScoreBucket>& agency) {
+  json.key("agency");
+  if (!agency) return json.null();
+  json.begin_object();
+  json.member("mae_s", Decimal{agency->mae_s, 3});
+  json.member("bias_s", Decimal{agency->bias_s, 3});
+  json.member("own_n", agency->own_n);
+  json.member("own_mae_s", Decimal{agency->own_mae_s, 3});
+  json.member("forecast_mae_s", Decimal{agency->forecast_mae_s, 3});
   json.end_object();
 }
 
@@ -127,6 +140,67 @@ void write_bucket(JsonWriter& json, const LiveScoreBucket& bucket) {
   json.member("coverage_90", Decimal{bucket.coverage_90, 4});
   json.member("timetable_mae_s", Decimal{bucket.timetable_mae_s, 3});
   json.member("timetable_delay_mae_s", Decimal{bucket.timetable_delay_mae_s, 3});
+  write_agency(json, bucket.agency);
+  json.end_object();
+}
+
+void write_trip_name(JsonWriter& json, const TripKey& trip) {
+  json.member("trip", to_string(trip));
+  json.member("trip_id", trip.trip);
+  json.member("start_date", trip.day.to_string());
+}
+
+void write_changed_trip(JsonWriter& json, const TripKey& trip, const TripChange& change,
+                        const Outputs& outputs) {
+  json.begin_object();
+  write_trip_name(json, trip);
+  json.member("canceled", change.canceled);
+  json.member("contradicted", change.contradicted);
+  json.key("skipped_stops");
+  json.begin_array();
+  const Network& network = outputs.index().network();
+  const auto schedule = network.schedule(trip);
+  for (const std::size_t call : change.skipped) {
+    if (!schedule || call >= schedule->plan->size()) continue;
+    const std::uint32_t stop = network.pattern(schedule->pattern()).stops[call].stop;
+    json.begin_object();
+    json.member("stop_sequence", schedule->plan->call(call).sequence);
+    json.member("stop_id", network.stops()[stop].id);
+    json.end_object();
+  }
+  json.end_array();
+  json.member("said_by", change.said_by);
+  json.member("why", change.why);
+  json.end_object();
+}
+
+void write_added_trip(JsonWriter& json, const AddedTrip& added) {
+  json.begin_object();
+  json.member("trip_id", added.trip);
+  json.member_or_null("route_id", added.route.text());
+  json.member_or_null("start_date", added.start_date ? added.start_date->to_string() : "");
+  json.member_or_null("start_time", added.start_time ? format_time_of_day(*added.start_time) : "");
+  json.member_or_null("vehicle_id", added.vehicle.text());
+  json.member("stops", added.calls);
+  json.member("said_by", added.said_by);
+  json.end_object();
+}
+
+void write_alert(JsonWriter& json, const ServiceAlert& alert) {
+  json.begin_object();
+  json.member("alert_id", alert.id);
+  json.member("effect", to_string(alert.effect));
+  json.member_or_null("header", alert.header);
+  json.key("informed");
+  json.begin_array();
+  for (const InformedEntity& informed : alert.informed) {
+    json.begin_object();
+    json.member_or_null("route_id", informed.route.text());
+    json.member_or_null("trip_id", informed.trip.text());
+    json.member_or_null("stop_id", informed.stop.text());
+    json.end_object();
+  }
+  json.end_array();
   json.end_object();
 }
 
@@ -183,6 +257,9 @@ std::string scores_json(const Outputs& outputs) {
     json.member("span_s", score.span);
     json.member("arrivals", score.arrivals);
     json.member("eta_score", Decimal{score.eta_score, 3});
+    json.member("agency_eta_score", score.agency_eta_score
+                                        ? std::optional(Decimal{*score.agency_eta_score, 3})
+                                        : std::nullopt);
     json.key("buckets");
     json.begin_array();
     for (const LiveScoreBucket& bucket : score.buckets) write_bucket(json, bucket);
@@ -190,6 +267,31 @@ std::string scores_json(const Outputs& outputs) {
     json.end_object();
   }
   json.end_array();
+  json.end_object();
+  return json.take();
+}
+
+std::string changes_json(const Outputs& outputs) {
+  const std::shared_ptr<const ServiceChanges>& known = outputs.snapshot().changes;
+  const ServiceChanges changes = known == nullptr ? ServiceChanges() : *known;
+  JsonWriter json;
+  json.begin_object();
+  json.member("now", outputs.snapshot().now);
+  json.member("heard", known != nullptr);
+  json.key("trips");
+  json.begin_array();
+  for (const auto& [trip, change] : changes.trips) write_changed_trip(json, trip, change, outputs);
+  json.end_array();
+  json.key("added");
+  json.begin_array();
+  for (const AddedTrip& added : changes.added) write_added_trip(json, added);
+  json.end_array();
+  json.key("alerts");
+  json.begin_array();
+  for (const ServiceAlert& alert : changes.alerts) write_alert(json, alert);
+  json.end_array();
+  json.member("calls_without_data", changes.without_data);
+  write_rejections(json, "not_used", changes.not_used);
   json.end_object();
   return json.take();
 }

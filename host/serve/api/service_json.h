@@ -26,6 +26,8 @@ using AskWhy = std::function<Why(const TripKey& trip)>;
 std::string status_json(const Outputs& outputs, const ServerCounts& server);
 std::string sources_json(const Outputs& outputs);
 std::string scores_json(const Outputs& outputs);
+/// Precondition: there is a network.
+std::string changes_json(const Outputs& outputs);
 
 /// At most `limit` of the earlier trips.
 std::string why_json(const TripKey& trip, const Why& why, std::size_t limit);

@@ -47,6 +47,10 @@ void add_service_routes(Router& router, const ApiContext& context) {
                 [](const Outputs& outputs, const Request&) { return sources_json(outputs); });
   add_live_json(router, context, "/api/v1/scores",
                 [](const Outputs& outputs, const Request&) { return scores_json(outputs); });
+  add_live_json(router, context, "/api/v1/changes", [](const Outputs& outputs, const Request&) {
+    outputs.index();  // or not ready
+    return changes_json(outputs);
+  });
   router.get("/api/v1/status",
              [current = context.current, counts = context.server_counts](const Request&) {
                const OutputsPtr outputs = current();

@@ -7,14 +7,19 @@
 namespace qiv {
 namespace {
 
+/// Boards tell of canceled trips as early as of others.
+constexpr Seconds canceled_ahead = std::chrono::hours(1);
+
 /// Calls `visit` with the trip, the call and its stop for every call to come.
 template <class Visit>
 void each_call(const Snapshot& snapshot, Visit&& visit) {
   const std::size_t stops = snapshot.network->stops().size();
   for (std::uint32_t trip = 0; trip < snapshot.trips.size(); ++trip) {
-    const auto& calls = snapshot.trips[trip].stops;
+    const auto& calls = snapshot.trips[trip].stops.read();
     for (std::uint32_t call = 0; call < calls.size(); ++call) {
-      if (!calls[call].observed && calls[call].stop < stops) visit(trip, call, calls[call].stop);
+      if (calls[call].stop >= stops) continue;
+      if (!is_on_board(snapshot.trips[trip], call, snapshot.now)) continue;
+      visit(trip, call, calls[call].stop);
     }
   }
 }
@@ -44,6 +49,13 @@ std::vector<StopVisit> StopBoard::visits(std::uint32_t stop) const {
            std::tuple(visit_time(b), std::cref(b.forecast->trip), b.call);
   });
   return visits;
+}
+
+bool is_on_board(const TripForecast& trip, std::size_t call, Instant now) {
+  const StopForecast& stop = trip.stops[call];
+  if (stop.observed) return false;
+  if (trip.state != TripState::canceled) return true;
+  return now <= stop.departure && stop.departure <= now + canceled_ahead;
 }
 
 Instant visit_time(const StopVisit& visit) {

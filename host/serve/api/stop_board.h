@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -28,6 +29,10 @@ class StopBoard {
   std::vector<std::uint32_t> _begin;  ///< of each stop in `_places`, and the end
   std::vector<Place> _places;
 };
+
+/// Whether boards show the call of a trip: it is still to come, and that of a canceled trip would
+/// leave within an hour.
+bool is_on_board(const TripForecast& trip, std::size_t call, Instant now);
 
 /// The time by which a visit counts.
 Instant visit_time(const StopVisit& visit);

@@ -34,11 +34,24 @@ void write_identity(JsonWriter& json, const PublishedTrip& trip, const NetworkIn
   json.member("confidence", Decimal{forecast.confidence, 4});
 }
 
+bool is_made(const PublishedTrip& trip, std::size_t i) {
+  return trip.forecast.state != TripState::canceled && !trip.stops[i].skipped;
+}
+
+/// Nothing is expected of a call that is not made.
 void write_times(JsonWriter& json, const PublishedTrip& trip, std::size_t i) {
   const StopForecast& stop = trip.stops[i];
   const Instant scheduled = trip.schedule.arrival(i);
   json.member("scheduled_arrival", scheduled);
   json.member("scheduled_departure", trip.schedule.departure(i));
+  json.member("skipped", stop.skipped);
+  if (!is_made(trip, i)) {
+    for (const char* name : {"arrival", "departure", "delay_s", "lower_68", "upper_68", "lower_90",
+                             "upper_90", "leave_by"}) {
+      json.member_or_null(name, "");
+    }
+    return;
+  }
   json.member("arrival", stop.arrival.time);
   json.member("departure", stop.departure);
   json.member("delay_s", stop.arrival.time - scheduled);
@@ -79,14 +92,16 @@ void write_trip_stop(JsonWriter& json, const PublishedTrip& trip, std::size_t i,
               Decimal{index.network().pattern(trip.schedule.pattern()).stops[i].offset_m, 1});
   json.member("observed", stop.observed);
   write_times(json, trip, i);
-  json.member("library_lower", stop.library_lower);
-  json.member("library_upper", stop.library_upper);
+  const bool made = is_made(trip, i);
+  json.member("library_lower", made ? std::optional(stop.library_lower) : std::nullopt);
+  json.member("library_upper", made ? std::optional(stop.library_upper) : std::nullopt);
   json.end_object();
 }
 
 std::size_t first_to_come(const PublishedTrip& trip) {
-  const auto first = std::find_if(trip.stops.begin(), trip.stops.end(),
-                                  [](const StopForecast& stop) { return !stop.observed; });
+  const auto first =
+      std::find_if(trip.stops.begin(), trip.stops.end(),
+                   [](const StopForecast& stop) { return !stop.observed && !stop.skipped; });
   return static_cast<std::size_t>(first - trip.stops.begin());
 }
 
@@ -111,7 +126,7 @@ std::optional<PublishedTrip> shown(const TripForecast& forecast, const NetworkIn
 
 void write_next_stop(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index) {
   const std::size_t i = first_to_come(trip);
-  if (i == trip.stops.size()) return json.null();
+  if (i == trip.stops.size() || !is_made(trip, i)) return json.null();
   const StopForecast& stop = trip.stops[i];
   json.begin_object();
   write_stop_names(json, stop, index.network().stops()[stop.stop]);

@@ -58,6 +58,7 @@ void write_vehicle(JsonWriter& json, const Outputs& outputs, const VehicleView& 
   json.begin_object();
   json.member("vehicle_id", vehicle.vehicle);
   json.member("status", api_name(vehicle.status));
+  json.member_or_null("reason", vehicle.reason);
   json.member("since", vehicle.since);
   json.member("last_report", vehicle.last_report);
   json.member("last_received", vehicle.last_received);
@@ -66,6 +67,7 @@ void write_vehicle(JsonWriter& json, const Outputs& outputs, const VehicleView& 
   json.member("speed_mps", decimal(vehicle.speed_mps, 1));
   json.member_or_null("trip", vehicle.trip ? to_string(*vehicle.trip) : std::string());
   json.member_or_null("reported_trip_id", vehicle.reported_trip.text());
+  json.member("trip_confidence", decimal(vehicle.confidence, 2));
   write_followed_trip(json, outputs, vehicle);
   json.member("offset_m", decimal(vehicle.offset_m, 1));
   json.member("lateness_s", vehicle.lateness);

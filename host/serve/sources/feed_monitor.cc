@@ -10,15 +10,35 @@ std::string age_text(const char* what, Seconds age) {
   return std::string(what) + " is " + std::to_string(age.count()) + " s old";
 }
 
-std::string first_rejection(const PositionBatch& batch) {
-  const auto& [reason, entry] = *batch.rejections.entries().begin();
+std::string first_rejection(const FeedSummary& content) {
+  const auto& [reason, entry] = *content.rejections.entries().begin();
   return reason + ": " + entry.first;
+}
+
+/// The latest `time` of a list; nothing when it is empty.
+template <class List>
+std::optional<Instant> newest_of(const List& list) {
+  std::optional<Instant> newest;
+  for (const auto& entry : list) newest = std::max(newest.value_or(entry.time), entry.time);
+  return newest;
 }
 
 }  // namespace
 
-bool is_malformed(const PositionBatch& batch) {
-  return !batch.time && batch.positions.empty() && !batch.rejections.empty();
+bool FeedSummary::is_malformed() const {
+  return !time && positions + statements == 0 && !rejections.empty();
+}
+
+FeedSummary summary_of(const PositionBatch& batch) {
+  return {batch.time, newest_of(batch.positions), batch.positions.size(), 0, batch.rejections};
+}
+
+FeedSummary summary_of(const TripUpdateBatch& batch) {
+  return {batch.time, newest_of(batch.updates), 0, batch.updates.size(), batch.rejections};
+}
+
+FeedSummary summary_of(const AlertBatch& batch) {
+  return {batch.time, std::nullopt, 0, batch.alerts.size(), batch.rejections};
 }
 
 FeedMonitor::FeedMonitor(FeedMonitorOptions options) : _options(std::move(options)) {
@@ -58,46 +78,43 @@ bool FeedMonitor::is_repeated(Instant now, std::string_view content) {
   return true;
 }
 
-bool FeedMonitor::accepts(Instant now, const PositionBatch& batch) {
-  if (is_malformed(batch)) {
-    failed(now, "malformed: " + first_rejection(batch));
+bool FeedMonitor::accepts(Instant now, const FeedSummary& content) {
+  if (content.is_malformed()) {
+    failed(now, "malformed: " + first_rejection(content));
     const std::lock_guard lock(_mutex);
-    _view.rejections.merge(batch.rejections);
+    _view.rejections.merge(content.rejections);
     return false;
   }
   const std::lock_guard lock(_mutex);
   ++_view.fetches;
   _view.last_success = now;
   _failing = false;
-  _view.rejections.merge(batch.rejections);
-  _is_empty = batch.positions.empty();
+  _view.rejections.merge(content.rejections);
+  _is_empty = content.positions + content.statements == 0;
   if (_is_empty) ++_view.empty;
-  if (batch.time && _view.header_time && *batch.time < *_view.header_time &&
-      *_view.header_time - *batch.time <= _options.farthest_jump) {
+  if (content.time && _view.header_time && *content.time < *_view.header_time &&
+      *_view.header_time - *content.time <= _options.farthest_jump) {
     ++_view.out_of_order;
     return false;
   }
-  note_times(now, batch);
-  _view.positions += batch.positions.size();
+  note_times(now, content);
+  _view.positions += content.positions;
+  _view.statements += content.statements;
   return true;
 }
 
-void FeedMonitor::note_times(Instant now, const PositionBatch& batch) {
-  if (batch.time) {
+void FeedMonitor::note_times(Instant now, const FeedSummary& content) {
+  if (content.time) {
     if (_view.header_time) {
-      const Seconds moved = *batch.time - *_view.header_time;
+      const Seconds moved = *content.time - *_view.header_time;
       const Seconds passed = now - *_header_came;
       const bool back = moved < Seconds(0);
       if (back || moved - passed > _options.farthest_jump) ++_view.time_jumps;
     }
-    _view.header_time = batch.time;
+    _view.header_time = content.time;
     _header_came = now;
   }
-  if (batch.positions.empty()) return;
-  _view.newest_entity_time =
-      std::max_element(batch.positions.begin(), batch.positions.end(),
-                       [](const auto& a, const auto& b) { return a.time < b.time; })
-          ->time;
+  if (content.newest) _view.newest_entity_time = content.newest;
 }
 
 SourceView FeedMonitor::view(Instant now) const {
@@ -119,10 +136,10 @@ SourceView FeedMonitor::view(Instant now) const {
     view.detail = age_text("the feed's header", now - *view.header_time);
   } else if (older(view.newest_entity_time)) {
     view.health = SourceHealth::stale;
-    view.detail = age_text("the newest vehicle", now - *view.newest_entity_time);
+    view.detail = age_text(_options.newest, now - *view.newest_entity_time);
   } else {
     view.health = SourceHealth::good;
-    if (_is_empty) view.detail = "the last answer held no vehicle";
+    if (_is_empty) view.detail = _options.empty;
   }
   return view;
 }

@@ -5,13 +5,27 @@
 #include <string>
 #include <string_view>
 
+#include "feed/gtfs_realtime.h"
 #include "feed/position_batch.h"
 #include "serve/snapshot.h"
 
 namespace qiv {
 
-/// True for content that says nothing at all because it could not be read.
-bool is_malformed(const PositionBatch& batch);
+/// What one answer holds, as far as its source's record goes.
+struct FeedSummary {
+  std::optional<Instant> time;    ///< of the header
+  std::optional<Instant> newest;  ///< of its newest vehicle or prediction
+  std::uint64_t positions = 0;
+  std::uint64_t statements = 0;  ///< trip updates and alerts
+  Rejections rejections;
+
+  /// True for content that says nothing at all because it could not be read.
+  bool is_malformed() const;
+};
+
+FeedSummary summary_of(const PositionBatch& batch);
+FeedSummary summary_of(const TripUpdateBatch& batch);
+FeedSummary summary_of(const AlertBatch& batch);
 
 struct FeedMonitorOptions {
   std::string name;
@@ -21,6 +35,8 @@ struct FeedMonitorOptions {
   /// A header's time may go back by this much: the content is then one that was overtaken. By more,
   /// or forth by more than the time that has passed, is a jump of the feed's clock.
   Seconds farthest_jump{300};
+  const char* newest = "the newest vehicle";              ///< what may be stale, for people
+  const char* empty = "the last answer held no vehicle";  ///< what is said of empty content
 };
 
 /// Keeps the record of one source, and decides whether an answer is new. Three times are told
@@ -39,14 +55,14 @@ class FeedMonitor {
   /// True, and counted as a duplicate, when the content is that of the last answer.
   bool is_repeated(Instant now, std::string_view content);
 
-  /// Takes what an answer holds. True when its positions are to be used; false for content that is
-  /// malformed, or older than what was there before.
-  bool accepts(Instant now, const PositionBatch& batch);
+  /// Takes what an answer holds. True when it is to be used; false for content that is malformed,
+  /// or older than what was there before.
+  bool accepts(Instant now, const FeedSummary& content);
 
   SourceView view(Instant now) const;
 
  private:
-  void note_times(Instant now, const PositionBatch& batch);
+  void note_times(Instant now, const FeedSummary& content);
 
   FeedMonitorOptions _options;
   mutable std::mutex _mutex;

@@ -6,19 +6,34 @@
 #include <utility>
 
 #include "feed/file_bundle.h"
-#include "feed/gtfs_realtime.h"
-#include "feed/siri_vm.h"
 #include "serve/sources/pause.h"
 
 namespace qiv {
 
 namespace fs = std::filesystem;
 
-FolderSource::FolderSource(FolderSourceOptions options, Clock clock)
+namespace {
+
+FeedIntakeOptions intake_options(const FolderSourceOptions& options) {
+  FeedIntakeOptions intake;
+  intake.name = options.name;
+  intake.kind = "snapshots in " + options.folder.filename().string();
+  if (options.content != FeedContent::positions) {
+    intake.kind = std::string(to_string(options.content)) + " by " + intake.kind;
+  }
+  intake.content = options.content;
+  intake.strip_prefixes = options.strip_prefixes;
+  intake.stale_after = options.stale_after;
+  intake.hold = options.hold;
+  return intake;
+}
+
+}  // namespace
+
+FolderSource::FolderSource(FolderSourceOptions options, Clock clock, TakeReport tell)
     : _options(std::move(options)),
       _clock(std::move(clock)),
-      _monitor({_options.name, "snapshots in " + _options.folder.filename().string(),
-                _options.stale_after}) {}
+      _intake(intake_options(_options), std::move(tell)) {}
 
 void FolderSource::run(std::stop_token stop, const TakePositions& take) {
   do {
@@ -59,7 +74,7 @@ void FolderSource::look(const TakePositions& take) {
       read(file, take);
     }
   } catch (const fs::filesystem_error& error) {
-    _monitor.failed(_clock(), error.code().message() + ": check the source's folder");
+    _intake.failed(_clock(), error.code().message() + ": check the source's folder");
   }
 }
 
@@ -68,17 +83,9 @@ void FolderSource::read(const fs::path& file, const TakePositions& take) {
   try {
     const FileBundle bundle = FileBundle::open(file);
     const std::string bytes = bundle.read(bundle.entries().at(0)).value();
-    if (_monitor.is_repeated(now, bytes)) return;
-    PositionOptions reading;
-    reading.name = file.filename().string();
-    reading.received = now;
-    reading.strip_prefixes = _options.strip_prefixes;
-    PositionBatch batch = bytes.starts_with('<') || bytes.starts_with("\xEF\xBB\xBF<")
-                              ? read_siri_vm(bytes, reading)
-                              : read_vehicle_positions(bytes, reading);
-    if (_monitor.accepts(now, batch)) take(std::move(batch.positions));
+    _intake.take(now, bytes, take, file.filename().string());
   } catch (const std::runtime_error& error) {
-    _monitor.failed(now, error.what());
+    _intake.failed(now, error.what());
   }
 }
 

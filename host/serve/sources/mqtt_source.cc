@@ -127,7 +127,7 @@ void MqttSource::take_message(const std::string& topic, std::string_view payload
                                       : read_vehicle_positions(payload, reading);
   // Messages of many vehicles have no order among each other.
   batch.time.reset();
-  if (_monitor.accepts(now, batch)) take(std::move(batch.positions));
+  if (_monitor.accepts(now, summary_of(batch))) take(std::move(batch.positions));
 }
 
 }  // namespace qiv

@@ -3,27 +3,35 @@
 #include <functional>
 #include <utility>
 
-#include "feed/gtfs_realtime.h"
-#include "feed/siri_vm.h"
 #include "serve/sources/pause.h"
 
 namespace qiv {
 namespace {
 
-FeedMonitorOptions monitor_options(const PolledSourceOptions& options) {
-  FeedMonitorOptions monitor;
-  monitor.name = options.name;
-  monitor.kind = options.format == PositionFormat::siri_vm
-                     ? "SIRI-VM from " + shown_url(options.request.url)
-                     : "GTFS-realtime from " + shown_url(options.request.url);
-  monitor.stale_after = options.stale_after;
-  return monitor;
+FeedIntakeOptions intake_options(const PolledSourceOptions& options) {
+  FeedIntakeOptions intake;
+  const std::string url = shown_url(options.request.url);
+  const bool is_siri = options.format == PositionFormat::siri_vm;
+  intake.name = options.name;
+  intake.kind = (is_siri ? "SIRI-VM from " : "GTFS-realtime from ") + url;
+  if (options.content != FeedContent::positions) {
+    intake.kind = std::string(to_string(options.content)) + " by GTFS-realtime from " + url;
+  }
+  intake.content = options.content;
+  intake.format = options.format;
+  intake.strip_prefixes = options.strip_prefixes;
+  intake.most_bytes = options.request.most_bytes;
+  intake.stale_after = options.stale_after;
+  intake.hold = options.hold;
+  return intake;
 }
 
 }  // namespace
 
-PolledSource::PolledSource(PolledSourceOptions options, Clock clock)
-    : _options(std::move(options)), _clock(std::move(clock)), _monitor(monitor_options(_options)) {}
+PolledSource::PolledSource(PolledSourceOptions options, Clock clock, TakeReport tell)
+    : _options(std::move(options)),
+      _clock(std::move(clock)),
+      _intake(intake_options(_options), std::move(tell)) {}
 
 void PolledSource::run(std::stop_token stop, const TakePositions& take) {
   BackOff back_off(_options.interval, _options.longest_wait,
@@ -48,25 +56,14 @@ bool PolledSource::poll(const std::stop_token& stop, const TakePositions& take) 
   if (stop.stop_requested()) return true;
   const Instant now = _clock();
   if (answer.not_modified) {
-    _monitor.not_modified(now);
+    _intake.not_modified(now);
     return true;
   }
   if (!answer.ok) {
-    _monitor.failed(now, answer.error);
+    _intake.failed(now, answer.error);
     return false;
   }
-  if (_monitor.is_repeated(now, answer.body)) return true;
-  PositionOptions reading;
-  reading.name = _options.name;
-  reading.received = now;
-  reading.strip_prefixes = _options.strip_prefixes;
-  reading.max_snapshot_bytes = _options.request.most_bytes;
-  PositionBatch batch = _options.format == PositionFormat::siri_vm
-                            ? read_siri_vm(answer.body, reading)
-                            : read_vehicle_positions(answer.body, reading);
-  const bool malformed = is_malformed(batch);
-  if (_monitor.accepts(now, batch)) take(std::move(batch.positions));
-  if (malformed) return false;
+  if (!_intake.take(now, answer.body, take)) return false;
   _options.request.etag = answer.etag;
   _options.request.last_modified = answer.last_modified;
   return true;

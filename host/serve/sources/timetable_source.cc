@@ -133,7 +133,7 @@ bool TimetableSource::look(const std::stop_token& stop) {
       throw std::runtime_error("no trip runs within " + std::to_string(days_ahead) +
                                " days: the timetable in use stands");
     }
-    PositionBatch content;
+    FeedSummary content;
     content.time = now;
     content.rejections = feed.rejections;
     content.rejections.merge(network->rejections());

@@ -55,6 +55,8 @@ TEST_F(CityConfigTest, ReadsWhatIsWritten) {
     name = "Dublin"
     [track]
     silence = 900
+    assign_trips = true
+    assign_confidence = 0.9
     [engine]
     least_error_m = 12.5
     [log]
@@ -64,6 +66,8 @@ TEST_F(CityConfigTest, ReadsWhatIsWritten) {
   )");
   EXPECT_EQ(config.name, "Dublin");
   EXPECT_EQ(config.track.silence, Seconds(900));
+  EXPECT_TRUE(config.track.assign_trips);
+  EXPECT_EQ(config.track.assign_confidence, 0.9);
   EXPECT_EQ(config.engine.least_error_m, 12.5);
   EXPECT_EQ(config.log.level, LogLevel::info);
   EXPECT_EQ(config.log.file, "qiv.log");
@@ -75,6 +79,10 @@ TEST_F(CityConfigTest, NamesLineAndRemedy) {
               HasSubstr("city.toml:2: 'announce' must be a number that is not negative"));
   EXPECT_THAT(refusal("\n[log]\nlevel = \"loud\""),
               HasSubstr("city.toml:3: 'level' must be one of debug, info, warning, error, off"));
+  EXPECT_THAT(refusal("[track]\nassign_trips = 1"),
+              HasSubstr("city.toml:2: 'assign_trips' must be true or false"));
+  EXPECT_THAT(refusal("[track]\nassign_confidence = 80"),
+              HasSubstr("city.toml:2: 'assign_confidence' must be a number from 0 to 1"));
   EXPECT_THAT(refusal("[log]\nfile = 3"), HasSubstr("'file' must be the name of a file"));
   EXPECT_THAT(refusal("[log]\nlanguage = 3"), HasSubstr("must be the name of a language"));
   EXPECT_THAT(refusal("[log]\nlvel = \"info\""), HasSubstr("there is no key 'lvel'"));

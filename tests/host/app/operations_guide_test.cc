@@ -54,8 +54,9 @@ TEST(OperationsGuideTest, NamesEveryKeyOfTheService) {
 }
 
 TEST(OperationsGuideTest, NamesEveryStateOfAVehicleAndOfASource) {
-  for (const char* const status : {"under_way", "waiting", "at_terminus", "off_route", "no_trip",
-                                   "unknown_trip", "not_in_service", "stale", "doubled"}) {
+  for (const char* const status :
+       {"under_way", "waiting", "at_terminus", "standing", "off_route", "detoured", "no_trip",
+        "unknown_trip", "not_in_service", "stale", "doubled"}) {
     EXPECT_THAT(guide(), HasSubstr("| `" + std::string(status) + "` |"));
   }
   for (const SourceHealth health : {SourceHealth::starting, SourceHealth::good, SourceHealth::stale,

@@ -45,6 +45,7 @@ TEST_F(ServeConfigTest, HasADefaultForEverythingAndListensOnLoopback) {
   EXPECT_EQ(config.token, "");
   EXPECT_EQ(config.tiles, "");
   EXPECT_EQ(config.cycle, 1s);
+  EXPECT_EQ(config.threads, 1U);
   EXPECT_EQ(config.learn_at, 3h + 30min);
   EXPECT_TRUE(config.learns);
   EXPECT_EQ(config.keep_positions_days, 60);
@@ -63,6 +64,7 @@ TEST_F(ServeConfigTest, ReadsTheService) {
     tiles = "https://tiles.example/{z}/{x}/{y}.png"
     tiles_attribution = "A map"
     cycle_s = 0.5
+    threads = 2
     learn_at = "02:15:00"
     learns = false
     keep_positions_days = 10
@@ -81,6 +83,7 @@ TEST_F(ServeConfigTest, ReadsTheService) {
   EXPECT_EQ(config.tiles, "https://tiles.example/{z}/{x}/{y}.png");
   EXPECT_EQ(config.tiles_attribution, "A map");
   EXPECT_EQ(config.cycle, 500ms);
+  EXPECT_EQ(config.threads, 2U);
   EXPECT_EQ(config.learn_at, 2h + 15min);
   EXPECT_FALSE(config.learns);
   EXPECT_EQ(config.keep_positions_days, 10);
@@ -247,9 +250,50 @@ TEST_F(ServeConfigTest, TheTextOfANewOneReadsAsTheDefaults) {
   const ServeConfig written = read(text);
   EXPECT_EQ(written.token, "t");
   EXPECT_EQ(written.cycle, ServeConfig().cycle);
+  EXPECT_EQ(written.threads, ServeConfig().threads);
   EXPECT_EQ(written.learn_at, ServeConfig().learn_at);
   EXPECT_EQ(written.keep_positions_days, ServeConfig().keep_positions_days);
-  EXPECT_EQ(written.sources.size(), 1U);
+  ASSERT_EQ(written.sources.size(), 2U);
+  const auto& positions = std::get<PolledSourceOptions>(written.sources[0]);
+  EXPECT_EQ(positions.content, PolledSourceOptions().content);
+  EXPECT_EQ(positions.interval, PolledSourceOptions().interval);
+  const auto& statements = std::get<PolledSourceOptions>(written.sources[1]);
+  EXPECT_EQ(statements.content, FeedContent::trip_updates);
+  EXPECT_EQ(statements.hold, PolledSourceOptions().hold);
+}
+
+TEST_F(ServeConfigTest, ReadsWhatTheAgencySays) {
+  const ServeConfig config = read(R"(
+    [[source]]
+    content = "trip-updates"
+    url = "https://agency.example/trip-updates.pb"
+    hold_s = 300
+    [[source]]
+    kind = "folder"
+    content = "alerts"
+    folder = "alerts"
+  )");
+  ASSERT_EQ(config.sources.size(), 2U);
+  const auto& updates = std::get<PolledSourceOptions>(config.sources[0]);
+  EXPECT_EQ(updates.content, FeedContent::trip_updates);
+  EXPECT_EQ(updates.name, "trip updates 1");
+  EXPECT_EQ(updates.hold, 300s);
+  EXPECT_EQ(updates.stale_after, 120s);
+  const auto& alerts = std::get<FolderSourceOptions>(config.sources[1]);
+  EXPECT_EQ(alerts.content, FeedContent::alerts);
+  EXPECT_EQ(alerts.name, "alerts 2");
+  EXPECT_EQ(alerts.hold, 600s);
+  EXPECT_EQ(alerts.stale_after, 24h) << "an alert may have been there for long";
+}
+
+TEST_F(ServeConfigTest, RefusesWhatSourcesCannotTell) {
+  EXPECT_THAT(refusal("[[source]]\nkind = \"siri-vm\"\nurl = \"http://a\"\n"
+                      "content = \"alerts\"\n"),
+              HasSubstr("content"));
+  EXPECT_THAT(refusal("[[source]]\nurl = \"http://a\"\nhold_s = 5\n"), HasSubstr("hold_s"));
+  EXPECT_THAT(refusal("[[source]]\nname = \"a\"\nurl = \"http://a\"\n"
+                      "[[source]]\nname = \"a\"\nurl = \"http://b\"\n"),
+              HasSubstr("'name' is that of another source"));
 }
 
 }  // namespace

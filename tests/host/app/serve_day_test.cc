@@ -53,9 +53,11 @@ TEST_F(ServeDayTest, TheServicesOwnScoreIsThatOfTheEvaluation) {
 
   LiveCityOptions options;
   options.records = false;
+  options.engine.shards = 3;
   const std::shared_ptr<const Network> network(std::shared_ptr<const Network>(), &city.network());
   LiveCity live(
-      network, settings, city.archive(), [&](const Network&, Instant) { return history; }, options);
+      network, settings, city.archive(), [&](const Network&, const auto&) { return history; },
+      options);
   LiveService service(live, {}, [](std::shared_ptr<const Snapshot>) {});
   service.run_recorded({}, positions, {});
 

@@ -27,8 +27,8 @@ class ServeFaultsTest : public ::testing::Test {
   static LiveCity live_on(const City& city, Archive& archive, LiveCityOptions options = {}) {
     const std::shared_ptr<const Network> network(std::shared_ptr<const Network>(), &city.network());
     return {network, LearnedSettings(), archive,
-            [&archive](const Network& of, Instant before) {
-              return archive_history(archive, of, before);
+            [&archive](const Network& of, std::shared_ptr<const HistoryBounds> bounds) {
+              return archive_history(archive, of, std::move(bounds));
             },
             options};
   }
@@ -164,9 +164,10 @@ class ClockChangeTest : public ::testing::TestWithParam<const char*> {
 TEST_P(ClockChangeTest, TripsRunOnTimeThroughTheNight) {
   City city(folder / "city");
   const std::shared_ptr<const Network> network(std::shared_ptr<const Network>(), &city.network());
-  LiveCity live(network, LearnedSettings(), city.archive(), [&](const Network& of, Instant before) {
-    return archive_history(city.archive(), of, before);
-  });
+  LiveCity live(network, LearnedSettings(), city.archive(),
+                [&](const Network& of, std::shared_ptr<const HistoryBounds> bounds) {
+                  return archive_history(city.archive(), of, std::move(bounds));
+                });
   for (const testing::Departure& trip : trips) {
     const Instant departs = city.network().clock().at(evening, trip.time);
     const auto reports = testing::line_reports("v", trip.trip, departs, 120);

@@ -56,8 +56,8 @@ class Service {
   LiveCity live() {
     const std::shared_ptr<const Network> network(std::shared_ptr<const Network>(), &city.network());
     return {network, LearnedSettings(), city.archive(),
-            [this](const Network& of, Instant begun_before) {
-              return archive_history(city.archive(), of, begun_before);
+            [this](const Network& of, std::shared_ptr<const HistoryBounds> bounds) {
+              return archive_history(city.archive(), of, std::move(bounds));
             }};
   }
 

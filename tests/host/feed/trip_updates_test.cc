@@ -60,6 +60,25 @@ TEST(TripUpdates, KnowsWhatIsNotRunning) {
   EXPECT_TRUE(batch.updates[2].calls.at(1).arrival.empty());
 }
 
+TEST(TripUpdates, CallsADuplicateByItsOwnName) {
+  const TripUpdateBatch batch = read(R"(
+    entity { id: "1" trip_update { trip { trip_id: "A" start_date: "20251007"
+                                          schedule_relationship: DUPLICATED }
+      trip_properties { trip_id: "A again" start_date: "20251008" start_time: "09:30:00" } } }
+    entity { id: "2" trip_update { trip { trip_id: "B" schedule_relationship: DUPLICATED } } }
+    entity { id: "3" trip_update { trip { trip_id: "C" schedule_relationship: NEW } } }
+    entity { id: "4" trip_update { trip { trip_id: "D" schedule_relationship: DELETED } } })");
+  ASSERT_EQ(batch.updates.size(), 4U);
+  EXPECT_EQ(batch.updates[0].trip.text(), "A again");
+  EXPECT_EQ(batch.updates[0].start_date->to_string(), "20251008");
+  EXPECT_EQ(batch.updates[0].start_time, Seconds(9 * 3600 + 30 * 60));
+  EXPECT_EQ(batch.updates[0].status, TripStatus::added);
+  EXPECT_EQ(batch.updates[1].trip.text(), "B");
+  EXPECT_EQ(batch.remarks.count("duplicate without a name of its own"), 1U);
+  EXPECT_EQ(batch.updates[2].status, TripStatus::added);
+  EXPECT_EQ(batch.updates[3].status, TripStatus::canceled);
+}
+
 TEST(TripUpdates, LeavesOutWhatIsImplausible) {
   const TripUpdateBatch batch = read(R"(entity { id: "1" trip_update { trip { trip_id: "T" }
     delay: 2000000000

@@ -18,8 +18,8 @@ class LineService {
   }
 
   HistoryFactory histories() {
-    return [this](const Network& of, Instant begun_before) {
-      return archive_history(archive, of, begun_before);
+    return [this](const Network& of, std::shared_ptr<const HistoryBounds> bounds) {
+      return archive_history(archive, of, std::move(bounds));
     };
   }
 

@@ -90,6 +90,52 @@ TEST_F(LiveCityTest, GoesOnAfterARestartAsItWouldHave) {
   EXPECT_EQ(feed_of(restarted.show(at("09:06:00"))), feed_of(whole.show(at("09:06:00"))));
 }
 
+/// Each report received again every second until the next one comes.
+std::vector<VehiclePosition> repeated(const std::vector<VehiclePosition>& reports) {
+  std::vector<VehiclePosition> received;
+  for (std::size_t i = 0; i < reports.size(); ++i) {
+    VehiclePosition again = reports[i];
+    do {
+      received.push_back(again);
+      again.received += Seconds(1);
+    } while (i + 1 < reports.size() && again.received < reports[i + 1].received);
+  }
+  return received;
+}
+
+TEST_F(LiveCityTest, RepeatedReportsAreStoredNowAndThen) {
+  LiveCity city = line.city();
+  drive(city, repeated(run_over_line("v", "out", at("08:00:00"), 400)), at("08:20:00"));
+  const auto stored = line.archive.positions(at("07:00:00"), at("09:00:00"));
+  EXPECT_EQ(stored.size(), 12u * 4u + 1u) << "each 100 s a report, stored after 0, 30, 60, 90 s";
+  VehiclePosition elsewhere = run_over_line("v", "out", at("08:21:00")).front();
+  city.take(elsewhere);
+  elsewhere.place = testing::place_at(3000.0);
+  elsewhere.received += Seconds(1);
+  city.take(elsewhere);
+  EXPECT_TRUE(city.store());
+  EXPECT_EQ(line.archive.positions(at("07:00:00"), at("09:00:00")).size(), stored.size() + 2)
+      << "the same time with another place is no repetition";
+}
+
+TEST_F(LiveCityTest, GoesOnAfterARestartThoughReportsWereRepeated) {
+  const auto received = repeated(run_over_line("v", "out", at("08:00:00"), 400));
+  const Instant crash = at("08:07:17");
+  LiveCity whole = line.city();
+  drive(whole, received, crash);
+  LiveCity restarted = line.city();
+  restarted.rebuild(crash);
+  for (const VehiclePosition& position : received) {
+    if (position.received != crash + Seconds(1)) continue;
+    whole.take(position);
+    restarted.take(position);
+  }
+  const Snapshot shown = whole.show(crash + Seconds(1));
+  ASSERT_NE(find(shown, "out"), nullptr);
+  EXPECT_EQ(find(shown, "out")->state, TripState::overdue);
+  EXPECT_EQ(feed_of(restarted.show(crash + Seconds(1))), feed_of(shown));
+}
+
 TEST_F(LiveCityTest, ClosesWhatWasUnderWayBeforeALongStop) {
   {
     LiveCity city = line.city();

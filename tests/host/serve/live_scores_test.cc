@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "host/serve/agency/agency_test_reports.h"
 #include "host/serve/line_service.h"
 
 namespace qiv {
@@ -25,7 +26,7 @@ class LiveScoresTest : public ::testing::Test {
       stop.observed = i < 4;
       stop.arrival = {arrival, arrival - half_width, arrival + half_width, arrival - 2 * half_width,
                       arrival + 2 * half_width};
-      forecast.stops.push_back(stop);
+      forecast.stops.edit().push_back(stop);
     }
     return forecast;
   }
@@ -107,6 +108,61 @@ TEST_F(LiveScoresTest, OfALargeFleetAFixedPartIsScored) {
   }
   few.finish(network);
   EXPECT_EQ(few.scores().back().arrivals, 0U);
+}
+
+/// An update that predicts the arrival at the last stop of "out".
+TripUpdate last_arrival(const char* time) {
+  TripUpdate update = testing::update_of("out");
+  PredictedCall call;
+  call.stop_sequence = 5;
+  call.arrival.time = at(time);
+  update.calls.push_back(call);
+  return update;
+}
+
+TEST_F(LiveScoresTest, ScoresTheAgencyOnTheSameEvents) {
+  for (const VehiclePosition& p : run_over_line("v", "out", at("08:00:00"))) {
+    scores.take(p, network);
+  }
+  scores.take(testing::report_of(std::vector{last_arrival("08:10:00")}, at("08:06:10")), network);
+  scores.sample(at("08:06:30"), {display(at("08:07:00"), Seconds(90))}, no_delay, network);
+  scores.finish(network);
+  const LiveScore all = scores.scores().back();
+  const LiveScoreBucket& bucket = all.buckets.front();
+  ASSERT_EQ(bucket.n, 1U);
+  ASSERT_TRUE(bucket.agency);
+  EXPECT_EQ(bucket.agency->own_n, 1U);
+  // The vehicle comes a little before 08:08:00: the agency was too late by as much as we too early.
+  EXPECT_NEAR(bucket.agency->mae_s, 127.0, 2.0);
+  EXPECT_DOUBLE_EQ(bucket.agency->bias_s, -bucket.agency->mae_s);
+  EXPECT_DOUBLE_EQ(bucket.agency->own_mae_s, bucket.agency->mae_s);
+  EXPECT_DOUBLE_EQ(bucket.agency->forecast_mae_s, bucket.mae_s);
+  EXPECT_EQ(all.agency_eta_score, 0.0);
+  EXPECT_FALSE(all.buckets[1].agency) << "no event";
+}
+
+TEST_F(LiveScoresTest, TheTimetableStandsInForWhatTheAgencyDoesNotPredict) {
+  for (const VehiclePosition& p : run_over_line("v", "out", at("08:00:00"), 150)) {
+    scores.take(p, network);
+  }
+  scores.take(testing::report_of(std::vector{last_arrival("08:10:00")}, at("08:00:00")), network);
+  scores.sample(at("08:05:01"), {}, no_delay, network);
+  scores.finish(network);
+  const LiveScoreBucket& bucket = scores.scores().back().buckets.front();
+  ASSERT_TRUE(bucket.agency);
+  EXPECT_EQ(bucket.agency->own_n, 0U) << "older than five minutes";
+  EXPECT_DOUBLE_EQ(bucket.agency->mae_s, bucket.timetable_mae_s);
+}
+
+TEST_F(LiveScoresTest, WithoutAnAgencyThereIsNoScoreOfIt) {
+  for (const VehiclePosition& p : run_over_line("v", "out", at("08:00:00"))) {
+    scores.take(p, network);
+  }
+  scores.take(testing::report_of(std::vector<ServiceAlert>(), at("08:00:00")), network);
+  scores.sample(at("08:05:00"), {}, no_delay, network);
+  scores.finish(network);
+  EXPECT_FALSE(scores.scores().back().buckets.front().agency);
+  EXPECT_FALSE(scores.scores().back().agency_eta_score);
 }
 
 }  // namespace

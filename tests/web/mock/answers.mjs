@@ -4,8 +4,8 @@ import { chance } from './world.mjs';
 
 export class NotFound extends Error {}
 
-const statuses = ['under_way', 'waiting', 'at_terminus', 'off_route', 'no_trip', 'unknown_trip', 'not_in_service', 'stale', 'doubled'];
-const states = ['not_begun', 'waiting', 'under_way', 'overdue', 'finished'];
+const statuses = ['under_way', 'waiting', 'at_terminus', 'standing', 'off_route', 'detoured', 'no_trip', 'unknown_trip', 'not_in_service', 'stale', 'doubled'];
+const states = ['not_begun', 'waiting', 'under_way', 'overdue', 'finished', 'canceled'];
 
 const tally = (names, values) => Object.fromEntries(names.map((name) => [name, values.filter((value) => value === name).length]));
 
@@ -33,7 +33,7 @@ export function status(world, now, serial) {
   };
 }
 
-const healthy = { not_modified: 0, duplicates: 0, out_of_order: 0, empty: 0, time_jumps: 0, rejections: [], detail: null };
+const healthy = { statements: 0, not_modified: 0, duplicates: 0, out_of_order: 0, empty: 0, time_jumps: 0, rejections: [], detail: null };
 
 export function sources(now, health) {
   const silent_s = { good: 4, stale: 312, failing: 95 }[health];
@@ -51,7 +51,7 @@ export function sources(now, health) {
         header_time: now - silent_s, newest_entity_time: now - silent_s - 3,
         success_age_s: health === 'failing' ? silent_s : 4, header_age_s: silent_s, entity_age_s: silent_s + 3,
         fetches: 3127, failures: health === 'failing' ? 7 : 2, not_modified: 214, duplicates: 61, out_of_order: 1, empty: 0,
-        time_jumps: 0, positions: 48210,
+        time_jumps: 0, positions: 48210, statements: 0,
         rejections: [
           { reason: 'without a place', count: 312, first: 'entity E821, 7 October 06:14' },
           { reason: 'older than what was there before', count: 18, first: 'entity E105, 7 October 07:02' },
@@ -69,12 +69,16 @@ export function sources(now, health) {
 export function scores(now) {
   const horizons = [[0, 2], [2, 5], [5, 10], [10, 15], [15, 20], [20, 30], [30, 45]];
   const score = (span_s, arrivals, luck) => ({
-    span_s, arrivals, eta_score: 91.4 - luck,
+    span_s, arrivals, eta_score: 91.4 - luck, agency_eta_score: 84.2 - luck,
     buckets: horizons.map(([from_min, to_min], i) => ({
       from_min, to_min, n: Math.round(arrivals * (0.9 - 0.1 * i)),
       mae_s: 21 + 9.5 * i + luck * i, bias_s: 2.5 - i, coverage_68: 0.671 + 0.012 * Math.sin(i + luck),
       coverage_90: 0.894 + 0.012 * Math.cos(i + luck), timetable_mae_s: 104 + 1.5 * i + 3 * luck,
       timetable_delay_mae_s: 27 + 12.6 * i + luck * i,
+      agency: {
+        mae_s: 31 + 14 * i + luck, bias_s: -4 + i, own_n: Math.round(arrivals * (0.8 - 0.1 * i)),
+        own_mae_s: 29 + 13 * i, forecast_mae_s: 21 + 9 * i,
+      },
     })),
   });
   return { now, scores: [score(3600, 612, 1.8), score(86400, 9874, 0.4), score(0, 31200, 0)] };
@@ -143,7 +147,8 @@ export function arrivals(world, now, stop_id, limit) {
       first_stop: at === 0, last_stop: at === shown.stops.length - 1,
     });
   }
-  rows.sort((a, b) => a.arrival - b.arrival);
+  const time = (row) => row.arrival ?? row.scheduled_arrival;
+  rows.sort((a, b) => time(a) - time(b));
   return { now, stop: shown_stop(stop), arrivals: rows.slice(0, limit) };
 }
 

@@ -47,6 +47,12 @@ function offset_at(calls, time_s) {
   return before.offset_m + (calls[next].offset_m - before.offset_m) * share;
 }
 
+/** Nothing is expected at the stops of a canceled trip. */
+const not_made = Object.fromEntries(
+  ['arrival', 'departure', 'delay_s', 'lower_68', 'upper_68', 'lower_90', 'upper_90', 'leave_by', 'library_lower', 'library_upper']
+    .map((name) => [name, null]),
+);
+
 /** The forecast at one stop, as of `made_s`: near the truth, with bounds that widen with the horizon. */
 function forecast_call(seed, trip, call, made_s, earlier_trips) {
   const observed = call.departure <= made_s;
@@ -57,7 +63,7 @@ function forecast_call(seed, trip, call, made_s, earlier_trips) {
   const arrival = shift(0);
   return {
     stop_sequence: call.sequence, stop_id: call.stop_id, offset_m: call.offset_m, observed,
-    scheduled_arrival: call.scheduled_arrival, scheduled_departure: call.scheduled_departure,
+    scheduled_arrival: call.scheduled_arrival, scheduled_departure: call.scheduled_departure, skipped: false,
     arrival, departure: arrival + call.departure - call.arrival, delay_s: arrival - call.scheduled_arrival,
     lower_68: shift(-0.9), upper_68: shift(1.2), lower_90: shift(-1.6), upper_90: shift(2.6),
     leave_by: shift(-1.6), library_lower: shift(-0.6), library_upper: shift(0.6),
@@ -73,6 +79,10 @@ export class World {
       trick: chance(seed, trip.trip_id, 'trick'),
     }));
     this.seed = seed;
+    /** The keys of trips that the agency has canceled. */
+    this.canceled = new Set();
+    /** By vehicle what it does instead of what it would: `{ status, reason }`. */
+    this.incidents = new Map();
   }
 
   on_display(now_s) {
@@ -82,11 +92,13 @@ export class World {
   /** A trip with all of its stops. */
   trip(run, now_s) {
     const { trip, calls } = run;
-    const state = state_of(calls, now_s);
+    const canceled = this.canceled.has(run.key);
+    const state = canceled ? 'canceled' : state_of(calls, now_s);
     const stops = calls.map((call) => {
       const stop = this.timetable.stops.get(call.stop_id);
       return {
         ...forecast_call(this.seed, trip, call, now_s, run.earlier_trips),
+        ...(canceled ? not_made : {}),
         stop_name: stop.name, lat: stop.place[1], lon: stop.place[0],
       };
     });
@@ -105,7 +117,7 @@ export class World {
     return {
       trip: run.key, trip_id: trip.trip_id, start_date: this.timetable.day, start_time: null,
       route_id: route.route_id, line: route.short_name, color: route.color, direction_id: trip.pattern.direction_id,
-      headsign: trip.headsign, pattern: trip.pattern.name, vehicle_id: state === 'not_begun' ? null : trip.vehicle_id,
+      headsign: trip.headsign, pattern: trip.pattern.name, vehicle_id: ['not_begun', 'canceled'].includes(state) ? null : trip.vehicle_id,
       state, basis: earlier_trips ? 'history' : 'timetable', earlier_trips,
       confidence: 1 - 1 / Math.sqrt(earlier_trips + 1),
     };
@@ -128,18 +140,21 @@ export class World {
   }
 
   vehicle(run, now_s) {
-    const status = status_of(run, state_of(run.calls, now_s));
+    const { status, reason } = this.incidents.get(run.trip.vehicle_id)
+      ?? { status: status_of(run, state_of(run.calls, now_s)), reason: null };
     const time = status === 'stale' ? now_s - 700 : this.report_time(run, now_s);
     const offset_m = offset_at(run.calls, time);
     const { place, bearing_deg } = place_at(run.trip.pattern, offset_m);
-    const on_trip = ['under_way', 'waiting', 'at_terminus', 'stale'].includes(status);
+    const on_trip = ['under_way', 'waiting', 'at_terminus', 'standing', 'detoured', 'stale'].includes(status);
+    const assigned = status === 'under_way' && run.trick > 0.95;
     const trip = this.trip(run, now_s);
     return {
-      vehicle_id: run.trip.vehicle_id, status, since: run.calls[0].arrival - 120, last_report: time,
+      vehicle_id: run.trip.vehicle_id, status, reason, since: run.calls[0].arrival - 120, last_report: time,
       last_received: Math.min(now_s, time + 4),
       lat: round(place[1] + (status === 'off_route' ? 0.012 : 0)), lon: round(place[0] + (status === 'off_route' ? -0.03 : 0)),
       bearing_deg: Math.round(bearing_deg * 10) / 10, speed_mps: 12.5,
-      trip: on_trip ? run.key : null, reported_trip_id: status === 'no_trip' ? null : run.trip.trip_id,
+      trip: on_trip ? run.key : null, reported_trip_id: status === 'no_trip' || assigned ? null : run.trip.trip_id,
+      trip_confidence: assigned ? 0.87 : null,
       route_id: trip.route_id, line: trip.line, color: trip.color,
       direction_id: on_trip ? trip.direction_id : null, headsign: on_trip ? trip.headsign : null,
       pattern: on_trip ? trip.pattern : null, offset_m: on_trip ? Math.round(offset_m * 10) / 10 : null,
@@ -155,12 +170,13 @@ function status_of(run, state) {
   if (state === 'waiting') return 'waiting';
   if (run.trick < 0.05) return 'off_route';
   if (run.trick < 0.1) return 'no_trip';
-  return run.trick < 0.15 ? 'stale' : 'under_way';
+  if (run.trick < 0.15) return 'stale';
+  return run.trick < 0.17 ? 'standing' : 'under_way';
 }
 
 function next_stop_of(stops) {
   const next = stops.find((stop) => !stop.observed);
-  if (!next) return null;
+  if (!next || next.arrival === null) return null;
   const { stop_sequence, stop_id, stop_name, arrival, delay_s, lower_90, upper_90 } = next;
   return { stop_sequence, stop_id, stop_name, arrival, delay_s, lower_90, upper_90 };
 }

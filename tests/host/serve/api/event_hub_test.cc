@@ -57,7 +57,7 @@ TEST(EventHub, TellsOnlyWhatHasChanged) {
   hub.publish(outputs_of(second));
   EXPECT_THAT(read(*vehicle), HasSubstr(R"("status":"stale")"));
   Snapshot third = snapshot_of(3);
-  third.trips[1].stops[2].arrival.time += Seconds(30);
+  third.trips[1].stops.edit()[2].arrival.time += Seconds(30);
   hub.publish(outputs_of(third));
   EXPECT_THAT(read(*stop), StartsWith("id: 3\n")) << "the second said nothing of the stop";
 }

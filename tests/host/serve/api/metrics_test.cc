@@ -73,5 +73,21 @@ TEST(Metrics, AreThereBeforeTheTimetable) {
   EXPECT_THAT(metrics_text(*outputs_of(Snapshot()), {}), HasSubstr("\nqiv_ready 0\n"));
 }
 
+TEST(Metrics, TellWhatTheAgencySaysAndHowItScores) {
+  const std::string text = metrics_text(*testing::outputs_of(testing::sample_snapshot()), {});
+  for (const char* const line : {
+           "qiv_agency_changes{kind=\"canceled_trips\"} 1\n",
+           "qiv_agency_changes{kind=\"contradicted_trips\"} 0\n",
+           "qiv_agency_changes{kind=\"skipped_stops\"} 1\n",
+           "qiv_agency_changes{kind=\"added_trips\"} 1\n",
+           "qiv_agency_alerts{effect=\"detour\"} 1\n",
+           "qiv_score_agency_eta_percent{span=\"3600s\"} 75.25\n",
+           "qiv_score_agency_error_seconds{span=\"3600s\",from_min=\"0\",to_min=\"3\"} 25.5\n",
+           "qiv_score_agency_bias_seconds{span=\"3600s\",from_min=\"0\",to_min=\"3\"} 3.25\n",
+       }) {
+    EXPECT_THAT(text, ::testing::HasSubstr(line));
+  }
+}
+
 }  // namespace
 }  // namespace qiv

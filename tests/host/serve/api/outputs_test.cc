@@ -24,11 +24,11 @@ TEST(Outputs, FindsTripsAndVehicles) {
 
 TEST(Outputs, CountsEveryKind) {
   const OutputsPtr outputs = outputs_of(sample_snapshot());
-  EXPECT_EQ(outputs->vehicles_by_status().size(), 9u);
+  EXPECT_EQ(outputs->vehicles_by_status().size(), 11u);
   EXPECT_EQ(outputs->vehicles_by_status().at("under_way"), 1u);
   EXPECT_EQ(outputs->vehicles_by_status().at("stale"), 0u);
   EXPECT_EQ(outputs->trips_by_state().at("not_begun"), 1u);
-  EXPECT_EQ(outputs->trips_by_state().size(), 5u);
+  EXPECT_EQ(outputs->trips_by_state().size(), 6u);
 }
 
 TEST(Outputs, WhatHasANameIsMadeOnce) {

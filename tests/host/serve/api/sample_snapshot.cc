@@ -30,6 +30,31 @@ SourceView source(Instant now) {
   return view;
 }
 
+/// Something of each kind. What is canceled lies on another day, so that the display shows nothing
+/// of it.
+std::shared_ptr<const ServiceChanges> sample_changes() {
+  auto changes = std::make_shared<ServiceChanges>();
+  TripChange& canceled =
+      changes->trips[{TripId("later"), monday + std::chrono::days(1), Seconds(0)}];
+  canceled.canceled = true;
+  canceled.said_by = "updates";
+  canceled.why = "trip update";
+  TripChange& skipping =
+      changes->trips[{TripId("loop1"), monday + std::chrono::days(1), Seconds(0)}];
+  skipping.skipped = {1};
+  skipping.said_by = "alerts";
+  skipping.why = "Road works";
+  AddedTrip& added = changes->added.emplace_back();
+  added.trip = TripId("extra");
+  added.said_by = "updates";
+  ServiceAlert& alert = changes->alerts.emplace_back();
+  alert.id = "7";
+  alert.effect = AlertEffect::detour;
+  alert.informed.emplace_back().route = RouteId("r");
+  changes->not_used.add("trip is not in the timetable", [] { return "trip X"; });
+  return changes;
+}
+
 }  // namespace
 
 std::shared_ptr<const Network> line_network() {
@@ -64,7 +89,7 @@ TripForecast line_forecast(const Network& network, const std::string& trip, std:
     stop.departure = time;
     stop.library_lower = time - half / 2;
     stop.library_upper = time + half / 2;
-    forecast.stops.push_back(stop);
+    forecast.stops.edit().push_back(stop);
   }
   return forecast;
 }
@@ -99,12 +124,15 @@ Snapshot sample_snapshot() {
   LiveScore score;
   score.arrivals = 3;
   score.eta_score = 87.5;
-  score.buckets = {{0, 3, 3, 20.5, -1.25, 2.0 / 3.0, 1.0, 60.0, 30.0}};
+  score.buckets = {{0, 3, 3, 20.5, -1.25, 2.0 / 3.0, 1.0, 60.0, 30.0, std::nullopt}};
+  score.buckets[0].agency = {25.5, 3.25, 2, 22.0, 19.0};
+  score.agency_eta_score = 75.25;
   snapshot.scores = {score};
   snapshot.counts.cycles = 7;
   snapshot.counts.positions_taken = 20;
   snapshot.counts.last_cycle_s = 0.0125;
   snapshot.rejections.add("trip is not in the timetable", [] { return "trip 'X'"; });
+  snapshot.changes = sample_changes();
   snapshot.ready = true;
   return snapshot;
 }

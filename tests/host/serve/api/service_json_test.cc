@@ -63,5 +63,44 @@ TEST(WhyJson, ListsTheHeaviestFirstUpToTheLimit) {
   EXPECT_EQ(json::parse(why_json(key, why, 9))["trips"].size(), 3u);
 }
 
+TEST(ScoresJson, SetsTheAgencysBesideOurs) {
+  Snapshot snapshot = sample_snapshot();
+  const json score = json::parse(scores_json(*outputs_of(snapshot)))["scores"][0];
+  EXPECT_EQ(score["agency_eta_score"], 75.25);
+  EXPECT_EQ(score["buckets"][0]["agency"]["mae_s"], 25.5);
+  EXPECT_EQ(score["buckets"][0]["agency"]["bias_s"], 3.25);
+  EXPECT_EQ(score["buckets"][0]["agency"]["own_n"], 2);
+  EXPECT_EQ(score["buckets"][0]["agency"]["forecast_mae_s"], 19.0);
+  snapshot.scores[0].agency_eta_score.reset();
+  snapshot.scores[0].buckets[0].agency.reset();
+  const json alone = json::parse(scores_json(*outputs_of(snapshot)))["scores"][0];
+  EXPECT_EQ(alone["agency_eta_score"], nullptr);
+  EXPECT_EQ(alone["buckets"][0]["agency"], nullptr);
+}
+
+TEST(ChangesJson, TellsWhatTheAgencySays) {
+  const json changes = json::parse(changes_json(*outputs_of(sample_snapshot())));
+  EXPECT_EQ(changes["heard"], true);
+  ASSERT_EQ(changes["trips"].size(), 2U);
+  EXPECT_EQ(changes["trips"][0]["trip"], "later@20250304");
+  EXPECT_EQ(changes["trips"][0]["canceled"], true);
+  EXPECT_EQ(changes["trips"][0]["said_by"], "updates");
+  EXPECT_EQ(changes["trips"][1]["skipped_stops"][0]["stop_id"], "B");
+  EXPECT_EQ(changes["trips"][1]["why"], "Road works");
+  EXPECT_EQ(changes["added"][0]["trip_id"], "extra");
+  EXPECT_EQ(changes["added"][0]["start_time"], nullptr);
+  EXPECT_EQ(changes["alerts"][0]["effect"], "detour");
+  EXPECT_EQ(changes["alerts"][0]["informed"][0]["route_id"], "r");
+  EXPECT_EQ(changes["not_used"][0]["count"], 1);
+}
+
+TEST(ChangesJson, IsEmptyWhileNothingIsSaid) {
+  Snapshot snapshot = sample_snapshot();
+  snapshot.changes = nullptr;
+  const json changes = json::parse(changes_json(*outputs_of(snapshot)));
+  EXPECT_EQ(changes["heard"], false);
+  EXPECT_TRUE(changes["trips"].empty());
+}
+
 }  // namespace
 }  // namespace qiv

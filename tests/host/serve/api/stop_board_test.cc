@@ -32,10 +32,23 @@ TEST(StopBoard, ATripMayCallTwice) {
 
 TEST(StopBoard, TheFirstStopCountsByItsDeparture) {
   Snapshot snapshot = testing::sample_snapshot();
-  StopForecast& first = snapshot.trips[0].stops[0];
+  StopForecast& first = snapshot.trips[0].stops.edit()[0];
   first.departure = first.arrival.time + Seconds(300);
   const StopVisit visit{&snapshot.trips[0], 0};
   EXPECT_EQ(visit_time(visit), first.departure);
+}
+
+TEST(StopBoard, TellsOfCanceledTripsWithinTheHour) {
+  Snapshot snapshot = testing::sample_snapshot();
+  snapshot.trips = {
+      testing::line_forecast(*snapshot.network, "loop1", 0, Seconds(0), snapshot.now)};
+  snapshot.trips[0].state = TripState::canceled;
+  snapshot.now = testing::at("08:59:59");
+  EXPECT_THAT(board_of(snapshot, "A"), ::testing::IsEmpty());
+  snapshot.now = testing::at("09:00:00");
+  EXPECT_THAT(board_of(snapshot, "A"), ::testing::ElementsAre("loop1 0"));
+  snapshot.now = testing::at("10:00:01");
+  EXPECT_THAT(board_of(snapshot, "A"), ::testing::ElementsAre("loop1 4")) << "it has left";
 }
 
 }  // namespace

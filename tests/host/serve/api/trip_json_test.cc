@@ -33,7 +33,7 @@ TEST(TripJson, TheNextStopIsTheFirstToCome) {
   const json next = json::parse(writer.take());
   EXPECT_EQ(next["stop_id"], "C");
   EXPECT_EQ(next["arrival"], unix_seconds(at("08:05:00")));
-  for (StopForecast& stop : forecast.stops) stop.observed = true;
+  for (StopForecast& stop : forecast.stops.edit()) stop.observed = true;
   write_next_stop(writer, *shown(forecast, outputs->index()), outputs->index());
   EXPECT_EQ(writer.take(), "null");
 }
@@ -53,7 +53,7 @@ TEST(TripJson, ASummaryHasNoStops) {
 
 TEST(TripJson, TimesNeverDecrease) {
   Snapshot snapshot = sample_snapshot();
-  snapshot.trips[0].stops[3].arrival.time -= Seconds(600);
+  snapshot.trips[0].stops.edit()[3].arrival.time -= Seconds(600);
   const OutputsPtr outputs = outputs_of(snapshot);
   JsonWriter writer;
   write_trip(writer, *shown(outputs->snapshot().trips[0], outputs->index()), outputs->index());
@@ -66,6 +66,40 @@ TEST(TripJson, WhatIsNotInTheTimetableIsNotShown) {
   TripForecast ghost = outputs->snapshot().trips[0];
   ghost.trip.trip = TripId("ghost");
   EXPECT_FALSE(shown(ghost, outputs->index()));
+}
+
+TEST(TripJson, ExpectsNothingOfACallThatIsNotMade) {
+  Snapshot snapshot = sample_snapshot();
+  snapshot.trips[1].stops.edit()[2].skipped = true;
+  const OutputsPtr outputs = outputs_of(snapshot);
+  JsonWriter writer;
+  write_trip(writer, *shown(outputs->snapshot().trips[1], outputs->index()), outputs->index());
+  const json trip = json::parse(writer.take());
+  EXPECT_EQ(trip["stops"][2]["skipped"], true);
+  EXPECT_EQ(trip["stops"][2]["arrival"], nullptr);
+  EXPECT_EQ(trip["stops"][2]["library_lower"], nullptr);
+  EXPECT_EQ(trip["stops"][2]["scheduled_arrival"], unix_seconds(at("08:04:00")));
+  EXPECT_EQ(trip["stops"][3]["skipped"], false);
+  EXPECT_EQ(trip["next_stop"]["stop_id"], "D");
+}
+
+TEST(TripJson, ACanceledTripIsOnTheBoardWithItsTimetable) {
+  Snapshot snapshot = sample_snapshot();
+  snapshot.trips[0].state = TripState::canceled;
+  const OutputsPtr outputs = outputs_of(snapshot);
+  JsonWriter writer;
+  writer.begin_object();
+  write_arrivals(writer, *outputs, *snapshot.network->find_stop(StopId("A")), {});
+  writer.end_object();
+  const json arrivals = json::parse(writer.take())["arrivals"];
+  ASSERT_EQ(arrivals.size(), 1U);
+  EXPECT_EQ(arrivals[0]["trip"], "later@20250303");
+  EXPECT_EQ(arrivals[0]["state"], "canceled");
+  EXPECT_EQ(arrivals[0]["departure"], nullptr);
+  EXPECT_EQ(arrivals[0]["scheduled_departure"], unix_seconds(at("09:00:00")));
+  JsonWriter whole;
+  write_trip(whole, *shown(outputs->snapshot().trips[0], outputs->index()), outputs->index());
+  EXPECT_EQ(json::parse(whole.take())["next_stop"], nullptr);
 }
 
 }  // namespace

@@ -38,6 +38,19 @@ TEST(VehicleJson, AVehicleMayBeThereBeforeTheTimetable) {
   EXPECT_EQ(vehicle["next_stop"], nullptr);
 }
 
+TEST(VehicleJson, SaysHowSureAnAssignedTripIs) {
+  Snapshot snapshot = sample_snapshot();
+  snapshot.vehicles[0].confidence = 0.8749;
+  const OutputsPtr outputs = outputs_of(snapshot);
+  const auto confidence = [&](const VehicleView& vehicle) {
+    JsonWriter writer;
+    write_vehicle(writer, *outputs, vehicle);
+    return json::parse(writer.take())["trip_confidence"];
+  };
+  EXPECT_EQ(confidence(outputs->snapshot().vehicles[0]), 0.87);
+  EXPECT_EQ(confidence(sample_snapshot().vehicles[0]), nullptr) << "its feed names the trip";
+}
+
 TEST(VehicleJson, AMoveIsShort) {
   JsonWriter writer;
   write_vehicle_move(writer, sample_snapshot().vehicles[1]);

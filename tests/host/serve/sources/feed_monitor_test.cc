@@ -12,12 +12,12 @@ using testing::at;
 using testing::fix;
 using ::testing::HasSubstr;
 
-PositionBatch batch_of(const std::string& header, const std::string& vehicle_time) {
+FeedSummary batch_of(const std::string& header, const std::string& vehicle_time) {
   PositionBatch batch;
   batch.time = at(header);
   batch.positions = {fix("v", "out", vehicle_time, 0)};
   batch.read = 1;
-  return batch;
+  return summary_of(batch);
 }
 
 class FeedMonitorTest : public ::testing::Test {
@@ -81,12 +81,12 @@ TEST_F(FeedMonitorTest, RefusesWhatWasOvertakenButBelievesAClockThatIsSetBack) {
 }
 
 TEST_F(FeedMonitorTest, NoticesWhatIsEmptyOrMalformed) {
-  PositionBatch empty;
+  FeedSummary empty;
   empty.time = at("08:00:00");
   EXPECT_TRUE(monitor.accepts(at("08:00:00"), empty));
   EXPECT_EQ(monitor.view(at("08:00:00")).empty, 1U);
   EXPECT_THAT(monitor.view(at("08:00:00")).detail, HasSubstr("no vehicle"));
-  PositionBatch broken;
+  FeedSummary broken;
   broken.rejections.add("message cannot be decoded", [] { return std::string("feed"); });
   EXPECT_FALSE(monitor.accepts(at("08:00:15"), broken));
   EXPECT_EQ(health("08:00:15"), SourceHealth::failing);

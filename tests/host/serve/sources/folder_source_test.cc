@@ -68,5 +68,18 @@ TEST_F(FolderSourceTest, PassesOverABrokenFile) {
   EXPECT_EQ(source.view(now()).health, SourceHealth::good);
 }
 
+TEST_F(FolderSourceTest, TellsWhatTheAgencySays) {
+  FolderSourceOptions alerts = options();
+  alerts.content = FeedContent::alerts;
+  std::atomic<int> told = 0;
+  FolderSource source(alerts, now, [&](const AgencyReport& report) {
+    if (report.content->kind == AgencyContent::Kind::alerts) ++told;
+  });
+  const SourceRun run(source);
+  put("a.pb", message_with("v", at("08:00:00")));
+  EXPECT_TRUE(SourceRun::until([&] { return told == 1; }));
+  EXPECT_EQ(source.view(now()).rejections.count("entity without alert"), 1U);
+}
+
 }  // namespace
 }  // namespace qiv

@@ -129,5 +129,37 @@ TEST(BackOffTest, WaitsTwiceAsLongAfterEachFailureUpToALimit) {
   EXPECT_LE(back_off.failed(), 120ms);
 }
 
+TEST(PolledSourceTest, TellsWhatTheAgencySaysAndThatItStillDoes) {
+  transit_realtime::FeedMessage message;
+  ASSERT_TRUE(message.ParseFromString(message_with("v", at("08:00:00"))));
+  message.mutable_entity(0)->clear_vehicle();
+  message.mutable_entity(0)->mutable_trip_update()->mutable_trip()->set_trip_id("out");
+  const std::string body = message.SerializeAsString();
+  ScriptedServer server([&](const std::string& request, const auto& send) {
+    if (request.find("If-None-Match: \"one\"") != std::string::npos) {
+      send("HTTP/1.1 304 Not Modified\r\nConnection: close\r\n\r\n");
+    } else {
+      send(ScriptedServer::answer(body, "ETag: \"one\"\r\n"));
+    }
+  });
+  PolledSourceOptions options = options_for(server);
+  options.content = FeedContent::trip_updates;
+  std::mutex mutex;
+  std::vector<AgencyReport> told;
+  PolledSource source(options, now, [&](AgencyReport report) {
+    const std::lock_guard lock(mutex);
+    told.push_back(std::move(report));
+  });
+  const SourceRun run(source);
+  EXPECT_TRUE(SourceRun::until([&] {
+    const std::lock_guard lock(mutex);
+    return told.size() >= 3;
+  }));
+  EXPECT_THAT(source.view(now()).kind, HasSubstr("trip updates by GTFS-realtime from http://"));
+  const std::lock_guard lock(mutex);
+  EXPECT_EQ(told[0].content->updates.at(0).trip, TripId("out"));
+  EXPECT_EQ(told[2].content, told[0].content);
+}
+
 }  // namespace
 }  // namespace qiv

@@ -2,10 +2,10 @@
 // Times are Unix seconds, durations seconds, distances metres.
 
 export type VehicleStatus =
-  | 'under_way' | 'waiting' | 'at_terminus' | 'off_route' | 'no_trip'
+  | 'under_way' | 'waiting' | 'at_terminus' | 'standing' | 'off_route' | 'detoured' | 'no_trip'
   | 'unknown_trip' | 'not_in_service' | 'stale' | 'doubled';
 
-export type TripState = 'not_begun' | 'waiting' | 'under_way' | 'overdue' | 'finished';
+export type TripState = 'not_begun' | 'waiting' | 'under_way' | 'overdue' | 'finished' | 'canceled';
 export type Basis = 'history' | 'timetable';
 export type Health = 'starting' | 'good' | 'stale' | 'failing' | 'finished';
 
@@ -53,6 +53,7 @@ export interface TripHead {
 export interface StopTimes {
   scheduled_arrival: number;
   scheduled_departure: number;
+  skipped: boolean;
   arrival: number;
   departure: number;
   delay_s: number;
@@ -63,12 +64,22 @@ export interface StopTimes {
   leave_by: number;
 }
 
-export interface Arrival extends TripHead, StopTimes {
+/** A call that is not made, because the trip is canceled or skips the stop: nothing is expected. */
+export type NotMade = { [Name in keyof StopTimes]: Name extends 'scheduled_arrival' | 'scheduled_departure' | 'skipped' ? StopTimes[Name] : null };
+
+/** Of a call, or a row of a board, those that are made. */
+export type Made<Call> = Call & StopTimes;
+
+export function is_made<Call extends StopTimes | NotMade>(call: Call): call is Made<Call> {
+  return call.arrival !== null;
+}
+
+export type Arrival = TripHead & (StopTimes | NotMade) & {
   stop_sequence: number;
   stops_before: number;
   first_stop: boolean;
   last_stop: boolean;
-}
+};
 
 export interface Arrivals { now: number; stop: Stop; arrivals: Arrival[] }
 
@@ -85,6 +96,8 @@ export interface NextStop {
 export interface Vehicle {
   vehicle_id: string;
   status: VehicleStatus;
+  /** Why it is so, where there is more to say. */
+  reason: string | null;
   since: number;
   last_report: number;
   last_received: number;
@@ -94,6 +107,8 @@ export interface Vehicle {
   speed_mps: number | null;
   trip: string | null;
   reported_trip_id: string | null;
+  /** Of a trip that was assigned by the vehicle's course. */
+  trip_confidence: number | null;
   route_id: string | null;
   line: string | null;
   color: string | null;
@@ -107,7 +122,7 @@ export interface Vehicle {
 
 export interface Vehicles { now: number; vehicles: Vehicle[] }
 
-export interface TripStop extends StopTimes {
+export type TripStop = (StopTimes | NotMade) & {
   stop_sequence: number;
   stop_id: string;
   stop_name: string | null;
@@ -115,7 +130,7 @@ export interface TripStop extends StopTimes {
   lon: number;
   offset_m: number;
   observed: boolean;
-}
+};
 
 export interface Trip extends TripHead {
   made: number;
@@ -151,9 +166,25 @@ export interface ScoreBucket {
   coverage_90: number;
   timetable_mae_s: number;
   timetable_delay_mae_s: number;
+  agency: AgencyScore | null;
 }
 
-export interface Score { span_s: number; arrivals: number; eta_score: number; buckets: ScoreBucket[] }
+/** How the agency's own predictions fare on the same arrivals. */
+export interface AgencyScore {
+  mae_s: number;
+  bias_s: number;
+  own_n: number;
+  own_mae_s: number;
+  forecast_mae_s: number;
+}
+
+export interface Score {
+  span_s: number;
+  arrivals: number;
+  eta_score: number;
+  agency_eta_score: number | null;
+  buckets: ScoreBucket[];
+}
 export interface Scores { now: number; scores: Score[] }
 
 export interface Reason { reason: string; count: number; first: string }
@@ -178,6 +209,7 @@ export interface Source {
   empty: number;
   time_jumps: number;
   positions: number;
+  statements: number;
   rejections: Reason[];
 }
 

@@ -146,7 +146,7 @@ export class VehiclePainter {
 }
 
 const marks_of_status: Partial<Record<FleetVehicle['status'], string>> = {
-  off_route: '↯', no_trip: '?', unknown_trip: '?', not_in_service: '–', doubled: '2',
+  standing: '‖', off_route: '↯', detoured: '↷', no_trip: '?', unknown_trip: '?', not_in_service: '–', doubled: '2',
 };
 
 /** The line, and the minutes where the vehicle is off its times. */

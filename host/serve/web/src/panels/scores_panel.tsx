@@ -14,6 +14,11 @@ function name_of(span_s: number, words: Words): string {
   return words.say('last_hours', { n: words.number(Math.round(span_s / 3600)) });
 }
 
+/** Whether the agency predicts, so that its error is known in every bucket. */
+function has_agency(buckets: ScoreBucket[]): boolean {
+  return buckets.length > 0 && buckets.every((bucket) => bucket.agency !== null);
+}
+
 /** The mean over all arrivals of something that buckets state as a mean. */
 function overall(buckets: ScoreBucket[], of: (bucket: ScoreBucket) => number): number {
   const n = buckets.reduce((sum, bucket) => sum + bucket.n, 0);
@@ -51,6 +56,9 @@ function ScoreView({ score }: { score: Score }) {
   const errors = useMemo(() => [
     { label: words.say('timetable'), colour: '--chart-2', values: buckets.map((b) => b.timetable_mae_s), dashed: true },
     { label: words.say('timetable_delay'), colour: '--chart-3', values: buckets.map((b) => b.timetable_delay_mae_s) },
+    ...(has_agency(buckets)
+      ? [{ label: words.say('agency'), colour: '--chart-4', values: buckets.map((b) => b.agency!.mae_s), dashed: true }]
+      : []),
     { label: words.say('forecast'), colour: '--chart-1', values: buckets.map((b) => b.mae_s) },
   ], [buckets, words]);
   const shares = useMemo(() => [
@@ -70,6 +78,12 @@ function ScoreView({ score }: { score: Score }) {
         <div><dt>{words.say('coverage')} (90 %)</dt><dd>{words.percent(overall(buckets, (bucket) => bucket.coverage_90), 1)}</dd></div>
         <div><dt>{words.say('eta_score')}</dt><dd>{words.percent(score.eta_score / 100, 1)}</dd></div>
       </dl>
+      {has_agency(buckets) && score.agency_eta_score !== null && (
+        <dl class="figures" aria-label={words.say('agency')}>
+          <div><dt>{words.say('agency')}: {words.say('mean_error')}</dt><dd>{words.say('seconds', { n: Math.round(overall(buckets, (bucket) => bucket.agency!.mae_s)) })}</dd></div>
+          <div><dt>{words.say('agency')}: {words.say('eta_score')}</dt><dd>{words.percent(score.agency_eta_score / 100, 1)}</dd></div>
+        </dl>
+      )}
       <p class="quiet">
         {words.count('scored', score.arrivals)}
         {' · '}
@@ -98,6 +112,7 @@ function ScoreTable({ buckets }: { buckets: ScoreBucket[] }) {
             <th scope="col">{words.say('horizon')}</th>
             <th scope="col">{words.say('arrivals')}</th>
             <th scope="col">{words.say('forecast')}, s</th>
+            {has_agency(buckets) && <th scope="col">{words.say('agency')}, s</th>}
             <th scope="col">{words.say('timetable_delay')}, s</th>
             <th scope="col">{words.say('timetable')}, s</th>
             <th scope="col">68 %</th>
@@ -110,6 +125,7 @@ function ScoreTable({ buckets }: { buckets: ScoreBucket[] }) {
               <th scope="row">{bucket.from_min}–{bucket.to_min}</th>
               <td>{words.number(bucket.n)}</td>
               <td>{seconds(bucket.mae_s)}</td>
+              {has_agency(buckets) && <td>{seconds(bucket.agency!.mae_s)}</td>}
               <td>{seconds(bucket.timetable_delay_mae_s)}</td>
               <td>{seconds(bucket.timetable_mae_s)}</td>
               <td>{words.percent(bucket.coverage_68, 1)}</td>

@@ -5,7 +5,7 @@ import { useStore } from '../state/store';
 import { PanelHead } from './panel_head';
 
 const counts = [
-  'positions', 'fetches', 'failures', 'not_modified', 'duplicates', 'out_of_order', 'empty', 'time_jumps',
+  'positions', 'statements', 'fetches', 'failures', 'not_modified', 'duplicates', 'out_of_order', 'empty', 'time_jumps',
 ] as const;
 
 /** Where the data come from, how fresh they are, and what was not used. */

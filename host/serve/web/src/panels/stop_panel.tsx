@@ -1,5 +1,5 @@
 import { useState } from 'preact/hooks';
-import type { Arrival, Arrivals } from '../api/types';
+import { is_made, type Arrival, type Arrivals, type Made } from '../api/types';
 import { segment } from '../api/client';
 import { useWords } from '../i18n/texts';
 import { clock, ticks } from '../state/live';
@@ -22,7 +22,8 @@ export function StopPanel({ id }: { id: string }) {
   const title = data?.stop.name ?? known?.stops.get(id)?.name ?? id;
   const routes = data?.stop.routes ?? [];
   const shown = (data?.arrivals ?? []).filter((arrival) => line === null || arrival.route_id === line);
-  const scale = band_scale(shown, 'arrival');
+  const expected = shown.filter(is_made);
+  const scale = band_scale(expected, 'arrival');
   return (
     <>
       <PanelHead kind={words.say('stop')} title={title}>
@@ -44,14 +45,17 @@ export function StopPanel({ id }: { id: string }) {
         <section aria-labelledby="board-title">
           <div class="section-head">
             <h3 id="board-title">{words.say('departures')}</h3>
-            {shown.length > 0 && <BandKey scale={scale} />}
+            {expected.length > 0 && <BandKey scale={scale} />}
           </div>
           {shown.length === 0 && <p class="quiet">{words.say('no_departures')}</p>}
           <RovingList label={words.say('departures')} class="board">
-            {shown.length > 0 && <li class="board-axis" aria-hidden="true"><BandAxis scale={scale} /></li>}
-            {shown.map((arrival) => (
-              <BoardRow key={`${arrival.trip} ${arrival.stop_sequence}`} arrival={arrival} scale={scale} now_s={clock.now_s()} />
-            ))}
+            {expected.length > 0 && <li class="board-axis" aria-hidden="true"><BandAxis scale={scale} /></li>}
+            {shown.map((arrival) => {
+              const key = `${arrival.trip} ${arrival.stop_sequence}`;
+              return is_made(arrival)
+                ? <BoardRow key={key} arrival={arrival} scale={scale} now_s={clock.now_s()} />
+                : <NotMadeRow key={key} arrival={arrival} />;
+            })}
           </RovingList>
         </section>
       )}
@@ -59,7 +63,25 @@ export function StopPanel({ id }: { id: string }) {
   );
 }
 
-function BoardRow({ arrival, scale, now_s }: { arrival: Arrival; scale: BandScale; now_s: number }) {
+/** A call that the timetable has, and that is not made. */
+function NotMadeRow({ arrival }: { arrival: Arrival }) {
+  const words = useWords();
+  const scheduled = arrival.first_stop ? arrival.scheduled_departure : arrival.scheduled_arrival;
+  return (
+    <li class="board-row not-made">
+      <a href={`#trip=${segment(arrival.trip)}`} data-item>
+        <LineBadge line={arrival.line} color={arrival.color} />
+        <span class="board-where">
+          <b>{arrival.headsign}</b>
+          <small>{words.say(arrival.skipped ? 'does_not_call' : 'canceled')}</small>
+        </span>
+        <span class="board-times"><s>{time_of_day(scheduled, words.locale)}</s></span>
+      </a>
+    </li>
+  );
+}
+
+function BoardRow({ arrival, scale, now_s }: { arrival: Made<Arrival>; scale: BandScale; now_s: number }) {
   const words = useWords();
   const time = (unix_s: number) => time_of_day(unix_s, words.locale);
   const at = arrival.first_stop ? arrival.departure : arrival.arrival;

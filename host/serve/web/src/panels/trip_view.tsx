@@ -1,5 +1,5 @@
 import { useState } from 'preact/hooks';
-import type { Trip, TripStop, Why } from '../api/types';
+import { is_made, type Made, type Trip, type TripStop, type Why } from '../api/types';
 import { segment } from '../api/client';
 import { useWords } from '../i18n/texts';
 import { Band, BandAxis, BandKey, band_scale, type BandScale } from '../ui/band';
@@ -16,15 +16,16 @@ export function TripView({ trip, now_s }: { trip: Trip; now_s: number }) {
   const [whole, setWhole] = useState(false);
   const passed = trip.stops.filter((stop) => stop.observed);
   const ahead = trip.stops.filter((stop) => !stop.observed);
-  const scale = band_scale(ahead, 'scheduled_arrival');
-  const next = ahead[0];
+  const expected = ahead.filter(is_made);
+  const scale = band_scale(expected, 'scheduled_arrival');
+  const next = expected[0];
   return (
     <>
       {next && <NextStopCard stop={next} now_s={now_s} first={passed.length === 0} />}
       <section aria-labelledby="stops-title">
         <div class="section-head">
           <h3 id="stops-title">{words.say(passed.length ? 'remaining_stops' : 'all_stops')}</h3>
-          {ahead.length > 0 && <BandKey scale={scale} />}
+          {expected.length > 0 && <BandKey scale={scale} />}
         </div>
         {passed.length > 0 && (
           <button type="button" class="fold" aria-expanded={whole} onClick={() => setWhole(!whole)}>
@@ -33,8 +34,10 @@ export function TripView({ trip, now_s }: { trip: Trip; now_s: number }) {
         )}
         <RovingList label={words.say('remaining_stops')} class="strip">
           {whole && passed.map((stop) => <PassedRow key={stop.stop_sequence} stop={stop} />)}
-          {ahead.length > 0 && <li class="strip-axis" aria-hidden="true"><BandAxis scale={scale} /></li>}
-          {ahead.map((stop) => <AheadRow key={stop.stop_sequence} stop={stop} scale={scale} />)}
+          {expected.length > 0 && <li class="strip-axis" aria-hidden="true"><BandAxis scale={scale} /></li>}
+          {ahead.map((stop) => is_made(stop)
+            ? <AheadRow key={stop.stop_sequence} stop={stop} scale={scale} />
+            : <NotMadeRow key={stop.stop_sequence} stop={stop} />)}
         </RovingList>
       </section>
       <WhySection trip={trip} />
@@ -42,7 +45,7 @@ export function TripView({ trip, now_s }: { trip: Trip; now_s: number }) {
   );
 }
 
-function NextStopCard({ stop, now_s, first }: { stop: TripStop; now_s: number; first: boolean }) {
+function NextStopCard({ stop, now_s, first }: { stop: Made<TripStop>; now_s: number; first: boolean }) {
   const words = useWords();
   const at = first ? stop.departure : stop.arrival;
   const minutes = minutes_until(at, now_s);
@@ -65,13 +68,29 @@ function PassedRow({ stop }: { stop: TripStop }) {
     <li class="strip-row passed">
       <a href={`#stop=${segment(stop.stop_id)}`} data-item>
         <span class="strip-name">{stop.stop_name ?? stop.stop_id}</span>
-        <span class="strip-times"><b>{time_of_day(stop.arrival, words.locale)}</b></span>
+        <span class="strip-times">
+          {is_made(stop) ? <b>{time_of_day(stop.arrival, words.locale)}</b> : <s>{time_of_day(stop.scheduled_arrival, words.locale)}</s>}
+        </span>
       </a>
     </li>
   );
 }
 
-function AheadRow({ stop, scale }: { stop: TripStop; scale: BandScale }) {
+/** A stop at which the trip does not call. */
+function NotMadeRow({ stop }: { stop: TripStop }) {
+  const words = useWords();
+  return (
+    <li class="strip-row not-made">
+      <a href={`#stop=${segment(stop.stop_id)}`} data-item>
+        <span class="strip-name">{stop.stop_name ?? stop.stop_id}</span>
+        <span class="strip-times"><s>{time_of_day(stop.scheduled_arrival, words.locale)}</s></span>
+        <small class="quiet">{words.say(stop.skipped ? 'does_not_call' : 'canceled')}</small>
+      </a>
+    </li>
+  );
+}
+
+function AheadRow({ stop, scale }: { stop: Made<TripStop>; scale: BandScale }) {
   const words = useWords();
   const late = Math.round(stop.delay_s / 60);
   return (

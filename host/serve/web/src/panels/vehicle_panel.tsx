@@ -32,7 +32,11 @@ export function VehiclePanel({ id }: { id: string }) {
         <p class="facts">
           <LatenessTag seconds={vehicle.lateness_s} />
           <span>{words.say(`status_${vehicle.status}`)}</span>
+          {vehicle.reason && <span>{vehicle.reason}</span>}
           <span>{words.say('reported', { ago: words.ago(now_s - vehicle.last_report) })}</span>
+          {vehicle.trip_confidence !== null && (
+            <span>{words.say('assigned_by_course', { share: words.percent(vehicle.trip_confidence) })}</span>
+          )}
         </p>
         {gone && <p class="note" role="status">{words.say('not_on_display')}</p>}
       </PanelHead>

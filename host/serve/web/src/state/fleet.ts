@@ -5,7 +5,7 @@ import { network } from './network';
 import { Store } from './store';
 
 const most_off_path_m = 250;
-const on_trip: ReadonlySet<VehicleStatus> = new Set(['under_way', 'waiting', 'at_terminus']);
+const on_trip: ReadonlySet<VehicleStatus> = new Set(['under_way', 'waiting', 'at_terminus', 'standing']);
 
 /** One vehicle, as the last report and the last full answer describe it. */
 export interface FleetVehicle {

@@ -1,0 +1,50 @@
+#include "serve/api/event_followers.h"
+
+#include <utility>
+
+#include "serve/api/event_json.h"
+#include "serve/api/topic_changes.h"
+
+namespace qiv {
+
+void EventFollowers::welcome(const std::vector<EventTopic>& topics,
+                             const std::shared_ptr<EventStream>& stream, const Outputs& now) {
+  for (const EventTopic& topic : topics) {
+    EventContent content = event_content(topic, now);
+    if (content.members.empty()) continue;  // a stop that the newest timetable does not have
+    const auto event = std::make_shared<const std::string>(event_text(content, now.snapshot()));
+    if (!stream->push(event)) return;
+    Followers& followers = _followers[topic];
+    if (topic.kind != EventTopic::Kind::all_vehicles) {
+      followers.content = std::move(content.members);
+    }
+    followers.streams.push_back(stream);
+  }
+}
+
+std::size_t EventFollowers::tell(const Outputs& before, const Outputs& now) {
+  std::size_t written = 0;
+  const TopicChanges changes(before, now);
+  for (auto at = _followers.begin(); at != _followers.end();) {
+    auto& [topic, followers] = *at;
+    std::erase_if(followers.streams, [](const auto& stream) { return stream->closed(); });
+    if (!followers.streams.empty() && changes.may_touch(topic)) {
+      EventContent content = topic.kind == EventTopic::Kind::all_vehicles
+                                 ? vehicle_moves(before.snapshot(), now.snapshot())
+                                 : event_content(topic, now);
+      if (!content.members.empty()) ++written;
+      if (!content.members.empty() && content.members != followers.content) {
+        const auto event = std::make_shared<const std::string>(event_text(content, now.snapshot()));
+        std::erase_if(followers.streams, [&](const auto& stream) { return !stream->push(event); });
+        // Moves are told each time, even if they are those that were told before.
+        if (topic.kind != EventTopic::Kind::all_vehicles) {
+          followers.content = std::move(content.members);
+        }
+      }
+    }
+    at = followers.streams.empty() ? _followers.erase(at) : std::next(at);
+  }
+  return written;
+}
+
+}  // namespace qiv
