@@ -8,6 +8,7 @@
 #include "app/exit_code.h"
 #include "app/program_identity.h"
 #include "app/serve_config.h"
+#include "app/stream_config.h"
 #include "feed/gtfs.h"
 #include "history/pattern_outline.h"
 #include "network/pattern_ref.h"
@@ -60,7 +61,8 @@ City City::create(const fs::path& folder, const fs::path& timetable) {
     if (!fresh) config = read_city_config(folder / "city.toml");
     copy_timetable(timetable, folder / config.timetable);
     if (fresh)
-      std::ofstream(folder / "city.toml") << city_config_text(config) << serve_config_text();
+      std::ofstream(folder / "city.toml")
+          << city_config_text(config) << serve_config_text() << stream_config_text();
     Archive(folder / "archive.sqlite");
   } catch (const fs::filesystem_error& error) {
     throw CommandError(ExitCode::failed, error.what());

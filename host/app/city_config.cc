@@ -51,6 +51,34 @@ Key seconds(std::string name, std::string meaning, std::function<Seconds&(CityCo
           }};
 }
 
+/// Between 0 and 1.
+Key share(std::string name, std::string meaning, std::function<double&(CityConfig&)> member) {
+  Key key = number(std::move(name), std::move(meaning), member);
+  key.set = [member](CityConfig& config, const toml::node& node) {
+    const auto value = node.value<double>();
+    if (!value || !(*value >= 0.0 && *value <= 1.0)) return false;
+    member(config) = *value;
+    return true;
+  };
+  key.wanted = "a number from 0 to 1";
+  return key;
+}
+
+Key yes_or_no(std::string name, std::string meaning, std::function<bool&(CityConfig&)> member) {
+  return {std::move(name), std::move(meaning),
+          [member](const CityConfig& config) {
+            CityConfig copy = config;
+            return std::string(member(copy) ? "true" : "false");
+          },
+          [member](CityConfig& config, const toml::node& node) {
+            const auto value = node.value_exact<bool>();
+            if (!value) return false;
+            member(config) = *value;
+            return true;
+          },
+          "true or false"};
+}
+
 std::string quoted(const std::string& text) {
   constexpr auto flags =
       toml::toml_formatter::default_flags & ~toml::format_flags::allow_literal_strings;
@@ -120,7 +148,23 @@ const std::map<std::string, std::vector<Key>>& sections() {
         number("highest_speed_mps", "A faster jump waits for a second fix that agrees.",
                [](CityConfig& c) -> double& { return c.track.highest_speed_mps; }),
         seconds("silence", "A vehicle that is silent for so many seconds has left its trip.",
-                [](CityConfig& c) -> Seconds& { return c.track.silence; })}},
+                [](CityConfig& c) -> Seconds& { return c.track.silence; }),
+        seconds("off_route_patience", "A vehicle so many seconds off its route has left its trip.",
+                [](CityConfig& c) -> Seconds& { return c.track.off_route_patience; }),
+        number("detour_distance_m",
+               "One that goes on beside its path, no farther from it than this, is detoured ...",
+               [](CityConfig& c) -> double& { return c.track.detour_distance_m; }),
+        seconds("detour_patience", "... and has left its trip after so many seconds.",
+                [](CityConfig& c) -> Seconds& { return c.track.detour_patience; }),
+        seconds("standing", "A vehicle under way that has not moved for longer stands too long.",
+                [](CityConfig& c) -> Seconds& { return c.track.standing; }),
+        yes_or_no("assign_trips",
+                  "Vehicles whose reports name no trip are assigned one by their course.",
+                  [](CityConfig& c) -> bool& { return c.track.assign_trips; }),
+        share("assign_confidence", "So sure must an assignment be, 0 to 1; ...",
+              [](CityConfig& c) -> double& { return c.track.assign_confidence; }),
+        share("withdraw_confidence", "... less sure than this, it is withdrawn.",
+              [](CityConfig& c) -> double& { return c.track.withdraw_confidence; })}},
       {"engine",
        {seconds("announce", "Trips are shown so many seconds before their scheduled departure.",
                 [](CityConfig& c) -> Seconds& { return c.engine.announce; }),
@@ -169,7 +213,7 @@ CityConfig read_city_config(const std::filesystem::path& file) {
       config.name = node.as_string()->get();
     } else if (key == "timetable" && node.is_string()) {
       config.timetable = node.as_string()->get();
-    } else if (key != "serve" && key != "source" && key != "timetable_source") {
+    } else if (key != "serve" && key != "source" && key != "timetable_source" && key != "kafka") {
       reject(file, node, "there is no key '" + key + "' of this kind: remove it");
     }
   }

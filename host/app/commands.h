@@ -50,8 +50,13 @@ struct EvaluateArguments {
   std::string html;
   std::vector<std::string>
       against;  ///< recordings of other producers, each "FOLDER" or "NAME=FOLDER"
+  /// "all" or "route": score the assignment of trips to vehicles that state nothing of theirs, or
+  /// route and direction only; empty: score the forecasts.
+  std::string hide_trips;
 };
 void run_evaluate(const EvaluateArguments& arguments);
+/// With `hide_trips`.
+void run_evaluate_assignment(const EvaluateArguments& arguments);
 
 struct ExplainArguments {
   std::string city;
@@ -70,6 +75,31 @@ struct ServeArguments {
   bool until_end = false;  ///< end with the recorded day
 };
 void run_serve(const ServeArguments& arguments);
+
+struct BridgeArguments {
+  std::string city;
+  bool histories = false;  ///< write the archive's finished trips too
+  std::string day;         ///< a recorded day to write; empty: what the sources say
+  double speed = 0.0;      ///< 0: as fast as it goes
+};
+void run_bridge(const BridgeArguments& arguments);
+
+struct WorkerArguments {
+  std::string city;
+  std::string name;             ///< empty: host and process
+  std::string histories_until;  ///< a day; empty: histories grow
+  std::string address = "127.0.0.1";
+  int port = 0;  ///< of the metrics
+};
+void run_worker(const WorkerArguments& arguments);
+
+struct GatewayArguments {
+  std::string city;
+  std::string address;    ///< empty: as configured
+  int port = -1;          ///< negative: as configured
+  bool recorded = false;  ///< the clock is that of the newest forecast
+};
+void run_gateway(const GatewayArguments& arguments);
 
 struct SimulateArguments {
   std::string gtfs;        ///< to serve a fleet for

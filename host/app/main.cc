@@ -140,6 +140,11 @@ void add_evaluate(CLI::App& app) {
          "Another producer's recorded TripUpdates, scored on the same events: FOLDER, zip\n"
          "file or file, or NAME=FOLDER; may be given several times")
       ->allow_extra_args(false);
+  sub->add_option(
+         "--hide-trips", arguments.hide_trips,
+         "Score how trips are assigned to vehicles that state none: hide the trips of the\n"
+         "recorded reports, \"all\" of what names them or all but the \"route\"")
+      ->check(CLI::IsMember({"all", "route"}));
   sub->footer(evaluate_examples);
   on_command(sub, arguments, run_evaluate);
 }
@@ -219,6 +224,47 @@ void add_simulate(CLI::App& app) {
   sub->callback([] { run_simulate(arguments); });
 }
 
+void add_bridge(CLI::App& app) {
+  static BridgeArguments arguments;
+  CLI::App* const sub =
+      command(app, "bridge", "Write positions, timetable and settings to Kafka", arguments.city);
+  sub->add_flag("--histories", arguments.histories, "Write the archive's finished trips too");
+  sub->add_option("--day", arguments.day, "Write this recorded day instead, YYYY-MM-DD");
+  sub->add_option("--speed", arguments.speed,
+                  "Let the recorded day move so many times as fast; 0: as fast as it goes")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  on_command(sub, arguments, run_bridge);
+}
+
+void add_worker(CLI::App& app) {
+  static WorkerArguments arguments;
+  CLI::App* const sub = command(
+      app, "worker", "Turn positions on Kafka into forecasts, with other workers", arguments.city);
+  sub->add_option("--name", arguments.name,
+                  "Tells this worker apart from all others (default: host and process)");
+  sub->add_option("--histories-until", arguments.histories_until,
+                  "Learn from no trip that finished after this day began, YYYY-MM-DD");
+  sub->add_option("--address", arguments.address, "Interface of the metrics")
+      ->capture_default_str();
+  sub->add_option("--port", arguments.port, "Port of the metrics; 0 is any that is free")
+      ->check(CLI::Range(0, 65535))
+      ->capture_default_str();
+  on_command(sub, arguments, run_worker);
+}
+
+void add_gateway(CLI::App& app) {
+  static GatewayArguments arguments;
+  CLI::App* const sub =
+      command(app, "gateway", "Serve the forecasts on Kafka: the outputs and the page of 'serve'",
+              arguments.city);
+  sub->add_option("--address", arguments.address, "Interface to listen on (default: city.toml's)");
+  sub->add_option("--port", arguments.port, "Port; 0 is any that is free (default: city.toml's)")
+      ->check(CLI::Range(0, 65535));
+  sub->add_flag("--recorded", arguments.recorded, "Let the newest forecast tell the time");
+  on_command(sub, arguments, run_gateway);
+}
+
 void add_inspect(CLI::App& app) {
   static InspectArguments arguments;
   CLI::App* const sub = command(
@@ -240,6 +286,9 @@ int main(int argc, char** argv) {
   add_evaluate(app);
   add_explain(app);
   add_serve(app);
+  add_bridge(app);
+  add_worker(app);
+  add_gateway(app);
   add_simulate(app);
   add_inspect(app);
   try {

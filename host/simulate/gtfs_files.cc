@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -184,6 +185,9 @@ std::map<std::string, std::string> gtfs_files(const Timetable& timetable) {
           {"feed_info.txt", feed_info(timetable)}};
 }
 
+/// 1980-01-01, where the times of zip files begin.
+constexpr std::time_t first_zip_time = 315'532'800;
+
 std::string zip_of(const std::map<std::string, std::string>& files) {
   zip_error_t error;
   zip_error_init(&error);
@@ -195,7 +199,9 @@ std::string zip_of(const std::map<std::string, std::string>& files) {
   if (archive == nullptr) fail(zip_error_strerror(&error));
   for (const auto& [name, content] : files) {
     zip_source_t* const source = zip_source_buffer(archive, content.data(), content.size(), 0);
-    if (zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8) < 0) {
+    const zip_int64_t index = zip_file_add(archive, name.c_str(), source, ZIP_FL_ENC_UTF_8);
+    if (index < 0 ||
+        zip_file_set_mtime(archive, static_cast<zip_uint64_t>(index), first_zip_time, 0) != 0) {
       const std::string reason = zip_strerror(archive);
       zip_discard(archive);
       fail(reason);

@@ -1,0 +1,73 @@
+#include "host/worker/broker.h"
+
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+
+namespace qiv::testing {
+namespace {
+
+std::string why_missing;
+
+}  // namespace
+
+Broker* Broker::get() {
+  static const std::unique_ptr<Broker> broker = [] {
+    try {
+      return std::unique_ptr<Broker>(new Broker);
+    } catch (const std::runtime_error& error) {
+      why_missing = error.what();
+      return std::unique_ptr<Broker>();
+    }
+  }();
+  return broker.get();
+}
+
+const std::string& Broker::missing() {
+  return why_missing;
+}
+
+Broker::Broker()
+    : _folder((std::filesystem::temp_directory_path() / "qiv-broker-XXXXXX").string()) {
+  if (mkdtemp(_folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  const char* const nodes = std::getenv("QIV_BROKER_NODES");
+  const int code = run(std::string("start --nodes ") + (nodes == nullptr ? "1" : nodes), &_servers);
+  if (code == 0) return;
+  std::filesystem::remove_all(_folder);
+  throw std::runtime_error("no broker here: " + _servers);
+}
+
+Broker::~Broker() {
+  run("stop");
+  std::filesystem::remove_all(_folder);
+}
+
+int Broker::run(const std::string& command, std::string* said) const {
+  const std::string line =
+      std::string(QIV_SOURCE_DIR) + "/scripts/broker " + command + " " + _folder + " 2>&1";
+  FILE* const pipe = popen(line.c_str(), "r");
+  if (pipe == nullptr) return -1;
+  std::array<char, 256> part{};
+  std::string text;
+  while (fgets(part.data(), part.size(), pipe) != nullptr) text += part.data();
+  const int status = pclose(pipe);
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  if (said != nullptr) *said = text;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+void Broker::restart() {
+  run("stop");
+  if (run("start") != 0) throw std::runtime_error("the broker does not start again");
+}
+
+kafka::Properties Broker::properties() const {
+  return {{"bootstrap.servers", _servers}};
+}
+
+}  // namespace qiv::testing

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "worker/kafka/handle.h"
+
+namespace qiv::testing {
+
+/// Apache Kafka on loopback, by `scripts/broker`, for as long as the test program runs: one node,
+/// or as many as the environment variable QIV_BROKER_NODES says, 1 or 3.
+class Broker {
+ public:
+  /// The one broker of this program, started when it is asked for first; null when it cannot be
+  /// had here, which `missing` explains.
+  static Broker* get();
+  static const std::string& missing();
+
+  kafka::Properties properties() const;
+
+  /// Ends it in an orderly way, and starts it again with the same data.
+  void restart();
+  /// Runs `scripts/broker COMMAND` for it, and returns its exit code.
+  int run(const std::string& command, std::string* said = nullptr) const;
+
+  ~Broker();
+
+ private:
+  Broker();
+
+  std::string _folder;
+  std::string _servers;
+};
+
+}  // namespace qiv::testing
