@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "worker/kafka/log_reader.h"
 #include "worker/stream_message.h"
@@ -22,7 +23,8 @@ struct Delays {
   std::unordered_map<std::string, Clock::time_point> waiting;
   std::vector<double> milliseconds;
   std::size_t positions = 0;
-  std::size_t unknown = 0;
+  std::unordered_set<std::string> others;  ///< of forecasts without a position that waits
+  std::size_t early = 0;                   ///< of those, whose position came later
 };
 
 void take(const qiv::kafka::Received& message, const qiv::Topics& topics, bool counts,
@@ -31,13 +33,17 @@ void take(const qiv::kafka::Received& message, const qiv::Topics& topics, bool c
   if (message.topic == topics.positions) {
     if (!qiv::header_of(message.message, qiv::header::kind).empty()) return;
     if (counts) ++delays.positions;
-    delays.waiting[std::to_string(message.partition) + ":" + std::to_string(message.offset)] = now;
+    const std::string place =
+        std::to_string(message.partition) + ":" + std::to_string(message.offset);
+    delays.early += delays.others.count(place);
+    delays.waiting[place] = now;
     return;
   }
   if (!message.message.value) return;
-  const auto position = delays.waiting.find(qiv::header_of(message.message, qiv::header::origin));
+  const std::string origin = qiv::header_of(message.message, qiv::header::origin);
+  const auto position = delays.waiting.find(origin);
   if (position == delays.waiting.end()) {
-    ++delays.unknown;
+    delays.others.insert(origin);
     return;
   }
   const std::chrono::duration<double, std::milli> passed = now - position->second;
@@ -53,8 +59,9 @@ void print(Delays& delays) {
     return sorted[static_cast<std::size_t>(share * static_cast<double>(sorted.size() - 1))];
   };
   std::cout << "{\"positions\": " << delays.positions << ", \"forecasts\": " << sorted.size()
-            << ", \"unknown\": " << delays.unknown << ", \"median_ms\": " << at(0.5)
-            << ", \"p99_ms\": " << at(0.99) << ", \"longest_ms\": " << at(1.0) << "}" << std::endl;
+            << ", \"others\": " << delays.others.size() << ", \"early\": " << delays.early
+            << ", \"median_ms\": " << at(0.5) << ", \"p99_ms\": " << at(0.99)
+            << ", \"longest_ms\": " << at(1.0) << "}" << std::endl;
 }
 
 }  // namespace

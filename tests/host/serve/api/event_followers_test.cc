@@ -20,14 +20,15 @@ using testing::outputs_of;
 using testing::sample_snapshot;
 using Kind = EventTopic::Kind;
 
+/// In the order in which they are told.
 const std::vector<EventTopic> all_topics = {
     {Kind::stop, "A"},
     {Kind::stop, "B"},
     {Kind::stop, "C"},
     {Kind::stop, "D"},
     {Kind::stop, "E"},
-    {Kind::trip, "out@20250303"},
     {Kind::trip, "later@20250303"},
+    {Kind::trip, "out@20250303"},
     {Kind::vehicle, "v1"},
     {Kind::vehicle, "v2"},
     {Kind::all_vehicles, ""},
