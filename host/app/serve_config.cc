@@ -220,7 +220,6 @@ std::string serve_config_text() {
 # token = "env:QIV_TOKEN"
 # Forecasts are published so often.
 # cycle_s = 1
-
 # Threads of the engine, each with its vehicles and with all earlier trips in memory.
 # threads = 1
 # When settings are learned again, by the city's clock, and whether they are.
