@@ -163,6 +163,9 @@ void LiveCity::replay_into(Generation& generation, Instant from, Instant now) co
 }
 
 std::unique_ptr<LiveCity::Generation> LiveCity::rebuilt(Instant now) const {
+  // What comes in a second that was shown already is stored under the next.
+  const std::optional<Instant> ahead = _archive.next_received(now + Seconds(1));
+  if (ahead == now + Seconds(1)) now = *ahead;
   auto generation = make_generation(_network);
   replay_into(*generation, rebuild_from(now), now);
   return generation;

@@ -33,6 +33,7 @@ struct BusRouteMembers {
   const Journey* journey;
   std::deque<BusStopLocation> bus_stop;
   std::deque<double> interpolation;
+  std::vector<double> offset;
 };
 
 struct HistoryMembers {

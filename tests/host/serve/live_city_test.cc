@@ -136,6 +136,16 @@ TEST_F(LiveCityTest, GoesOnAfterARestartThoughReportsWereRepeated) {
   EXPECT_EQ(feed_of(restarted.show(crash + Seconds(1))), feed_of(shown));
 }
 
+TEST_F(LiveCityTest, AQuickRestartKnowsWhatWasStoredUnderTheNextSecond) {
+  const auto reports = run_over_line("v", "out", at("08:00:00"), 120);
+  LiveCity city = line.city();
+  drive(city, {reports[0], reports[1], reports[2]}, reports[2].received);
+  LiveCity restarted = line.city();
+  restarted.rebuild(reports[2].received - Seconds(1));
+  EXPECT_EQ(line.archive.summary().under_way, 1U);
+  EXPECT_EQ(feed_of(restarted.show(reports[2].received)), feed_of(city.show(reports[2].received)));
+}
+
 TEST_F(LiveCityTest, ClosesWhatWasUnderWayBeforeALongStop) {
   {
     LiveCity city = line.city();
