@@ -6,12 +6,6 @@
 
 namespace qiv {
 
-std::size_t TripRoster::KeyHash::operator()(const TripKey& key) const {
-  const auto day = static_cast<std::size_t>(key.day.days().time_since_epoch().count());
-  const auto start = static_cast<std::size_t>(key.start.count());
-  return std::hash<TripId>()(key.trip) ^ (day * 0x9e3779b97f4a7c15ULL) ^ (start << 20U);
-}
-
 TripRoster::TripRoster(const Network& network, Seconds announce, Seconds ghost_patience)
     : _network(network), _announce(announce), _ghost_patience(ghost_patience) {}
 
@@ -29,8 +23,8 @@ void TripRoster::board(const TripAssigned& event) {
   std::vector<Rider>& riders = _trips[event.trip].riders;
   std::erase_if(riders, [&](const Rider& rider) { return rider.vehicle == event.vehicle; });
   const Rider rider{event.confidence.has_value(), event.received, event.vehicle, false};
-  const auto place = std::upper_bound(
-      riders.begin(), riders.end(), rider, [](const Rider& a, const Rider& b) {
+  const auto place =
+      std::upper_bound(riders.begin(), riders.end(), rider, [](const Rider& a, const Rider& b) {
         return std::tie(a.by_course, a.assigned, a.vehicle) <
                std::tie(b.by_course, b.assigned, b.vehicle);
       });
@@ -41,9 +35,8 @@ void TripRoster::leave(const TripEnded& event) {
   const auto entry = _trips.find(event.run.trip);
   if (entry == _trips.end()) return;
   std::vector<Rider>& riders = entry->second.riders;
-  const auto rider = std::find_if(riders.begin(), riders.end(), [&](const Rider& r) {
-    return r.vehicle == event.run.vehicle;
-  });
+  const auto rider = std::find_if(riders.begin(), riders.end(),
+                                  [&](const Rider& r) { return r.vehicle == event.run.vehicle; });
   if (rider == riders.end()) return;
   if (event.reason == TripEnded::Reason::finished) {
     rider->finished = true;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <map>
 #include <unordered_map>
 #include <vector>
 
+#include "model/trip_key_hash.h"
 #include "model/trip_run.h"
 #include "network/network.h"
 #include "track/events.h"
@@ -42,9 +42,6 @@ class TripRoster {
     std::vector<Rider> riders;  ///< the one that leads first
     bool begun = false;         ///< has had a vehicle under way
   };
-  struct KeyHash {
-    std::size_t operator()(const TripKey& key) const;
-  };
 
   void board(const TripAssigned& event);
   void leave(const TripEnded& event);
@@ -53,7 +50,7 @@ class TripRoster {
   const Network& _network;
   Seconds _announce;
   Seconds _ghost_patience;
-  std::unordered_map<TripKey, Entry, KeyHash> _trips;
+  std::unordered_map<TripKey, Entry, TripKeyHash> _trips;
   std::map<ServiceDate, std::vector<TripIndex>> _trips_on;
 };
 

@@ -1,10 +1,9 @@
 #include <string>
 #include <utility>
 
+#include "feed/entity_reader.h"
 #include "feed/gtfs_realtime.h"
 #include "feed/position_collector.h"
-#include "feed/quotation.h"
-#include "feed/realtime_message.h"
 
 namespace qiv {
 namespace {
@@ -57,42 +56,18 @@ bool says_nothing(const InformedEntity& entity) {
 }
 
 // Turns the entities of one message into alerts.
-class AlertReader {
+class AlertReader : private EntityReader<AlertBatch> {
  public:
-  AlertReader(AlertBatch& batch, const PositionOptions& options)
-      : _batch(batch), _options(options) {}
+  AlertReader(AlertBatch& batch, const PositionOptions& options) : EntityReader(batch, options) {}
 
   void read(std::string_view bytes) {
-    if (bytes.size() > _options.max_snapshot_bytes) return reject("snapshot too large", "");
-    RealtimeMessage message(bytes);
-    if (!message.is_valid()) return reject("not a GTFS-realtime message", "");
-    _batch.time = message.time();
-    if (message.states_time() && !_batch.time) remark("implausible time of header", "");
-    for (const std::string_view bytes_of_entity : message.entities()) {
-      const transit_realtime::FeedEntity* const entity = message.decode(bytes_of_entity);
-      if (entity == nullptr) {
-        reject("entity cannot be decoded",
-               "entity of " + std::to_string(bytes_of_entity.size()) + " bytes");
-      } else if (entity->is_deleted()) {
-        reject("deleted entity", entity->id());
-      } else if (!entity->has_alert()) {
-        reject("entity without alert", entity->id());
-      } else {
-        add(entity->alert(), entity->id());
-      }
-    }
+    read_entities(bytes, "entity without alert", [&](const transit_realtime::FeedEntity& entity) {
+      if (entity.has_alert()) add(entity.alert(), entity.id());
+      return entity.has_alert();
+    });
   }
 
  private:
-  void reject(std::string_view reason, const std::string& entity) {
-    ++_batch.read;
-    _batch.rejections.add(reason, [&] { return quotation(_options.name, entity); });
-  }
-
-  void remark(std::string_view what, const std::string& entity) {
-    _batch.remarks.add(what, [&] { return quotation(_options.name, entity); });
-  }
-
   void add(const Alert& stated, const std::string& entity) {
     ServiceAlert alert;
     alert.id = entity;
@@ -155,9 +130,6 @@ class AlertReader {
     if (!informed.start_time && !trip.start_time().empty()) remark("start time is no time", entity);
     return informed;
   }
-
-  AlertBatch& _batch;
-  const PositionOptions& _options;
 };
 
 }  // namespace

@@ -1,10 +1,9 @@
 #include <string>
 #include <utility>
 
+#include "feed/entity_reader.h"
 #include "feed/gtfs_realtime.h"
 #include "feed/position_collector.h"
-#include "feed/quotation.h"
-#include "feed/realtime_message.h"
 
 namespace qiv {
 namespace {
@@ -43,51 +42,29 @@ CallStatus stated_status(const Call& call) {
 }
 
 // Turns the entities of one message into trip updates.
-class TripUpdateReader {
+class TripUpdateReader : private EntityReader<TripUpdateBatch> {
  public:
   TripUpdateReader(TripUpdateBatch& batch, const PositionOptions& options)
-      : _batch(batch), _options(options) {}
+      : EntityReader(batch, options) {}
 
   void read(std::string_view bytes) {
-    if (bytes.size() > _options.max_snapshot_bytes) return reject("snapshot too large", "");
-    RealtimeMessage message(bytes);
-    if (!message.is_valid()) return reject("not a GTFS-realtime message", "");
-    _batch.time = message.time();
-    if (message.states_time() && !_batch.time) remark("implausible time of header", "");
-    _received = _options.received ? _options.received : _batch.time;
-    for (const std::string_view bytes_of_entity : message.entities()) {
-      const transit_realtime::FeedEntity* const entity = message.decode(bytes_of_entity);
-      if (entity == nullptr) {
-        reject("entity cannot be decoded",
-               "entity of " + std::to_string(bytes_of_entity.size()) + " bytes");
-      } else if (entity->is_deleted()) {
-        reject("deleted entity", entity->id());
-      } else if (!entity->has_trip_update()) {
-        reject("entity without trip update", entity->id());
-      } else {
-        add(entity->trip_update(), entity->id());
-      }
-    }
+    read_entities(bytes, "entity without trip update",
+                  [&](const transit_realtime::FeedEntity& entity) {
+                    if (entity.has_trip_update()) add(entity.trip_update(), entity.id());
+                    return entity.has_trip_update();
+                  });
   }
 
  private:
-  void reject(std::string_view reason, const std::string& entity) {
-    ++_batch.read;
-    _batch.rejections.add(reason, [&] { return quotation(_options.name, entity); });
-  }
-
-  void remark(std::string_view what, const std::string& entity) {
-    _batch.remarks.add(what, [&] { return quotation(_options.name, entity); });
-  }
-
   void add(const transit_realtime::TripUpdate& stated, const std::string& entity) {
     const auto time = plausible_instant(static_cast<long long>(stated.timestamp()));
+    const std::optional<Instant> received = _options.received ? _options.received : _batch.time;
     if (stated.trip().trip_id().empty()) return reject("no trip_id", entity);
-    if (!time && !_received) return reject("no usable time", entity);
+    if (!time && !received) return reject("no usable time", entity);
     if (!time && stated.timestamp() != 0) remark("implausible time", entity);
     TripUpdate update;
-    update.received = _received ? *_received : *time;
-    update.time = time ? *time : *_received;
+    update.received = received ? *received : *time;
+    update.time = time ? *time : *received;
     update.time_is_received = !time;
     add_trip(stated.trip(), update, entity);
     if (stated.trip().schedule_relationship() == transit_realtime::TripDescriptor::DUPLICATED) {
@@ -151,10 +128,6 @@ class TripUpdateReader {
     remark("delay beyond a day", entity);
     return std::nullopt;
   }
-
-  TripUpdateBatch& _batch;
-  const PositionOptions& _options;
-  std::optional<Instant> _received;
 };
 
 }  // namespace
