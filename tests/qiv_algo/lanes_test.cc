@@ -52,7 +52,9 @@ struct Scene {
     const unsigned int length = 2 + draw.below(7);
     for (unsigned int k = 0; k < nb_trajectories; ++k) {
       std::vector<int> times;
-      int time = hostile ? draw.of<int>({-2147483647 - 1, -5, 0, 0}) : 0;
+      // Up to 65535 the store keeps times in cells of half the width.
+      const int late = draw.one_in(20) ? 64000 : 0;
+      int time = hostile ? draw.of<int>({-2147483647 - 1, -5, 0, 0}) : late;
       for (unsigned int i = 0; i < length; ++i) {
         times.push_back(time);
         if (time < 1000000) time += hostile && draw.one_in(5) ? 2000000000 : draw.between(0, 900);

@@ -56,7 +56,8 @@ class QIV_ALGO_API History {
  private:
   friend class TileReader;
 
-  QIV_ALGO_LOCAL void add_tile(std::size_t length);
+  QIV_ALGO_LOCAL bool has_tiles() const { return !_narrow.empty() || !_wide.empty(); }
+  QIV_ALGO_LOCAL void make_room(unsigned int slot, const std::vector<int>& trajectory);
   QIV_ALGO_LOCAL void keep_tiles(bool fits, unsigned int changed);
 
   std::deque<std::vector<int> > _history;
@@ -64,9 +65,11 @@ class QIV_ALGO_API History {
   Replace _strategy;
 
   // The same times milestone by milestone, for sums over many trajectories at once: tiles of eight
-  // trajectories, each a row of zeros and then a row for each milestone. None when trajectories
-  // differ in length.
-  std::vector<int> _tiles;
+  // trajectories, each a row of zeros and then a row for each milestone. In narrow cells, which are
+  // half the memory to fetch, until a time does not fit into one. None when trajectories differ in
+  // length.
+  std::vector<std::uint16_t> _narrow;
+  std::vector<int> _wide;
 };
 
 /// The trajectories of one journey: one `History` for each category, made when the category's first

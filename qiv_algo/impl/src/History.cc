@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 
@@ -20,10 +21,35 @@ double between(double prior, double item, double linear) {
   return product(item - prior, linear) + prior;
 }
 
+bool fits_narrow(const std::vector<int>& trajectory) {
+  for (const int time : trajectory) {
+    if (time < 0 || time > std::numeric_limits<std::uint16_t>::max()) return false;
+  }
+  return true;
+}
+
+/// Makes `tiles` at least `nb_tiles` long. Memory is asked for an eighth more than needed, but for
+/// no more than `most` tiles take.
+template <class Cell>
+void add_tiles(std::vector<Cell>& tiles, std::size_t nb_tiles, std::size_t most,
+               std::size_t cells) {
+  if (tiles.size() >= nb_tiles * cells) return;
+  if (tiles.capacity() < nb_tiles * cells) {
+    tiles.reserve(std::min(nb_tiles + nb_tiles / 8, most) * cells);
+  }
+  tiles.resize(nb_tiles * cells, 0);
+}
+
+/// Writes a trajectory into its cells, of which `cell` is the one in the row of zeros.
+template <class Cell>
+void write(const std::vector<int>& trajectory, Cell* cell) {
+  for (const int time : trajectory) *(cell += tile_width) = static_cast<Cell>(time);
+}
+
 }  // namespace
 
 History::History(unsigned int max_size, Replace strategy)
-    : _history(), _max_size(max_size), _strategy(strategy), _tiles() {}
+    : _history(), _max_size(max_size), _strategy(strategy), _narrow(), _wide() {}
 
 unsigned int History::size() const {
   return static_cast<unsigned int>(_history.size());
@@ -46,10 +72,13 @@ bool History::is_compatible(unsigned int length) const {
 
 void History::push_back(const std::vector<int>& trajectory) {
   if (_max_size == 0) return;
-  if (_history.empty()) _tiles.clear();
-  const bool fits = _history.empty() || (!_tiles.empty() && trajectory.size() == length());
+  if (_history.empty()) {
+    _narrow.clear();
+    _wide.clear();
+  }
+  const bool fits = _history.empty() || (has_tiles() && trajectory.size() == length());
   if (size() < _max_size) {
-    if (fits && size() % tile_width == 0) add_tile(trajectory.size());
+    if (fits) make_room(size(), trajectory);
     _history.push_back(trajectory);
     keep_tiles(fits, size() - 1);
     return;
@@ -57,31 +86,41 @@ void History::push_back(const std::vector<int>& trajectory) {
   // The ring starts anew with every call: always the slot after the first.
   const unsigned int index =
       _strategy == random ? static_cast<unsigned int>(std::rand()) % _max_size : 1 % _max_size;
+  if (fits) make_room(index, trajectory);
   _history[index] = trajectory;
   keep_tiles(fits, index);
 }
 
-// A tile that is there already was made for a trajectory which then found no memory. Memory is
-// asked for an eighth more than needed, but for no more than the capacity takes.
-void History::add_tile(std::size_t length) {
-  const std::size_t cells = tile_cells(length);
-  const std::size_t nb_tiles = size() / tile_width + 1;
-  if (_tiles.size() >= nb_tiles * cells) return;
-  if (_tiles.capacity() < nb_tiles * cells) {
-    const std::size_t most = (_max_size - 1) / tile_width + 1;
-    _tiles.reserve(std::min(nb_tiles + nb_tiles / 8, most) * cells);
+// A tile that is there already was made for a trajectory which then found no memory, and so may be
+// the width of the cells.
+void History::make_room(unsigned int slot, const std::vector<int>& trajectory) {
+  const std::size_t nb_tiles = slot / tile_width + 1;
+  const std::size_t most = (_max_size - 1) / tile_width + 1;
+  const std::size_t cells = tile_cells(trajectory.size());
+  if (_wide.empty() && fits_narrow(trajectory)) {
+    add_tiles(_narrow, nb_tiles, most, cells);
+    return;
   }
-  _tiles.resize(nb_tiles * cells, 0);
+  if (!_narrow.empty()) {
+    std::vector<int>(_narrow.begin(), _narrow.end()).swap(_wide);
+    std::vector<std::uint16_t>().swap(_narrow);
+  }
+  add_tiles(_wide, nb_tiles, most, cells);
 }
 
 void History::keep_tiles(bool fits, unsigned int changed) {
   if (!fits) {
-    std::vector<int>().swap(_tiles);
+    std::vector<std::uint16_t>().swap(_narrow);
+    std::vector<int>().swap(_wide);
     return;
   }
   const std::vector<int>& trajectory = _history[changed];
-  int* cell = &_tiles[first_cell(changed, trajectory.size())];
-  for (const int time : trajectory) *(cell += tile_width) = time;
+  const std::size_t cell = first_cell(changed, trajectory.size());
+  if (_wide.empty()) {
+    write(trajectory, &_narrow[cell]);
+  } else {
+    write(trajectory, &_wide[cell]);
+  }
 }
 
 const std::vector<int>& History::operator[](unsigned int k) const {
@@ -91,12 +130,11 @@ const std::vector<int>& History::operator[](unsigned int k) const {
 // From the tiles, where the forecast that the time is for will read as well.
 double History::interpolate(unsigned int k, unsigned int index, double linear) const {
   if (index == 0) return 0.0;
-  if (_tiles.empty()) {
-    const std::vector<int>& trajectory = _history[k];
-    return between(trajectory[index - 1], trajectory[index], linear);
-  }
-  const int* const prior = &_tiles[first_cell(k, length())] + index * std::size_t(tile_width);
-  return between(prior[0], prior[tile_width], linear);
+  const std::size_t cell = first_cell(k, length()) + index * std::size_t(tile_width);
+  if (!_narrow.empty()) return between(_narrow[cell], _narrow[cell + tile_width], linear);
+  if (!_wide.empty()) return between(_wide[cell], _wide[cell + tile_width], linear);
+  const std::vector<int>& trajectory = _history[k];
+  return between(trajectory[index - 1], trajectory[index], linear);
 }
 
 AllHistories::AllHistories() : _history(), _max_size(0), _strategy(History::random) {}

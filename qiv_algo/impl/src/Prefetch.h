@@ -14,7 +14,12 @@ class Prefetch {
   static void read(const History& history) {
     const lanes::Trajectories tiles = TileReader::read(history);
     const std::size_t nb_tiles = (tiles.count + lanes::tile_width - 1) / lanes::tile_width;
-    read(tiles.tiles, nb_tiles * lanes::tile_cells(tiles.length) * sizeof(int));
+    const std::size_t nb_cells = nb_tiles * lanes::tile_cells(tiles.length);
+    if (tiles.narrow != nullptr) {
+      read(tiles.narrow, nb_cells * sizeof(*tiles.narrow));
+    } else {
+      read(tiles.wide, nb_cells * sizeof(*tiles.wide));
+    }
   }
 
   static void read(const BusRoute& route) {

@@ -20,11 +20,23 @@
 
 namespace lanes {
 
+/// The trajectories of a store, in cells of one width.
+template <class V, class Cell>
+struct Tiles {
+  /// The cells of trajectories `k` and following in the row of zeros, up to the end of a tile.
+  const Cell* cells(unsigned int k) const { return first + first_cell(k, length); }
+
+  const Cell* first;
+  std::size_t length;
+  unsigned int count;
+};
+
 /// The times of the trajectories of a block at the milestone before a position, and from there to
 /// the milestone behind it.
 template <class V>
 struct Segment {
-  Segment(const int* cells, const TilePosition& position)
+  template <class Cell>
+  Segment(const Cell* cells, const TilePosition& position)
       : prior(V::convert(cells + position.cell)),
         rise(V::convert(cells + position.cell + tile_width) - prior) {}
 
@@ -37,8 +49,8 @@ struct Segment {
 };
 
 /// The times at which the trajectories of a block passed the position.
-template <class V>
-inline V times(const int* cells, const TilePosition& position) {
+template <class V, class Cell>
+inline V times(const Cell* cells, const TilePosition& position) {
   return Segment<V>(cells, position).at(position);
 }
 
@@ -58,8 +70,8 @@ struct Scales {
   double reciprocal[V::lanes];
 };
 
-template <class V>
-inline void add_times(const int* cells, const Observation* group, unsigned int nb_trajectories,
+template <class V, class Cell>
+inline void add_times(const Cell* cells, const Observation* group, unsigned int nb_trajectories,
                       V& sum, V& squares) {
   V time[V::lanes];
   Segment<V> segment(cells, group[0].position);
@@ -79,27 +91,26 @@ inline void add_times(const int* cells, const Observation* group, unsigned int n
 }
 
 /// The variance of all times at each observation of the group, at least 1, times the bandwidth.
-template <class V>
-inline V common_scales(const Trajectories& trajectories, const Observation* group,
-                       double bandwidth) {
+template <class V, class Cell>
+inline V common_scales(const Tiles<V, Cell>& tiles, const Observation* group, double bandwidth) {
   V sum = V::all(0.0);
   V squares = V::all(0.0);
   unsigned int k = 0;
-  for (; k + V::lanes <= trajectories.count; k += V::lanes) {
-    add_times<V>(trajectories.cells(k), group, V::lanes, sum, squares);
+  for (; k + V::lanes <= tiles.count; k += V::lanes) {
+    add_times<V>(tiles.cells(k), group, V::lanes, sum, squares);
   }
-  if (k < trajectories.count) {
-    add_times<V>(trajectories.cells(k), group, trajectories.count - k, sum, squares);
+  if (k < tiles.count) {
+    add_times<V>(tiles.cells(k), group, tiles.count - k, sum, squares);
   }
-  const V n = V::all(trajectories.count);
+  const V n = V::all(tiles.count);
   // The product of the counts wraps from 65536 trajectories on.
-  const V n_squared = V::all(trajectories.count * trajectories.count);
+  const V n_squared = V::all(tiles.count * tiles.count);
   const V variance = squares / n - product(sum, sum) / n_squared;
   return product(at_least(1.0, variance), V::all(bandwidth));
 }
 
-template <class V, bool by_reciprocal>
-inline V subtract_group(V weight, const int* cells, const Observation* group, unsigned int count,
+template <class V, bool by_reciprocal, class Cell>
+inline V subtract_group(V weight, const Cell* cells, const Observation* group, unsigned int count,
                         const Scales<V>& scales) {
   Segment<V> segment(cells, group[0].position);
   for (unsigned int j = 0; j < count; ++j) {
@@ -114,30 +125,29 @@ inline V subtract_group(V weight, const int* cells, const Observation* group, un
   return weight;
 }
 
-template <class V, bool by_reciprocal>
-inline void subtract_from_all(const Trajectories& trajectories, const Observation* group,
+template <class V, bool by_reciprocal, class Cell>
+inline void subtract_from_all(const Tiles<V, Cell>& tiles, const Observation* group,
                               unsigned int count, const Scales<V>& scales, double* weights) {
   unsigned int k = 0;
-  for (; k + V::lanes <= trajectories.count; k += V::lanes) {
+  for (; k + V::lanes <= tiles.count; k += V::lanes) {
     const V weight = V::load(weights + k);
-    subtract_group<V, by_reciprocal>(weight, trajectories.cells(k), group, count, scales)
+    subtract_group<V, by_reciprocal>(weight, tiles.cells(k), group, count, scales)
         .store(weights + k);
   }
-  if (k == trajectories.count) return;
+  if (k == tiles.count) return;
   double rest[V::lanes] = {};
-  for (unsigned int i = 0; k + i < trajectories.count; ++i) rest[i] = weights[k + i];
-  subtract_group<V, by_reciprocal>(V::load(rest), trajectories.cells(k), group, count, scales)
-      .store(rest);
-  for (unsigned int i = 0; k + i < trajectories.count; ++i) weights[k + i] = rest[i];
+  for (unsigned int i = 0; k + i < tiles.count; ++i) rest[i] = weights[k + i];
+  subtract_group<V, by_reciprocal>(V::load(rest), tiles.cells(k), group, count, scales).store(rest);
+  for (unsigned int i = 0; k + i < tiles.count; ++i) weights[k + i] = rest[i];
 }
 
-template <class V>
-void subtract_distances(const Trajectories& trajectories, const Observation* observations,
-                        unsigned int count, double bandwidth, double* weights) {
+template <class V, class Cell>
+inline void subtract_distances(const Tiles<V, Cell>& tiles, const Observation* observations,
+                               unsigned int count, double bandwidth, double* weights) {
   for (unsigned int j = 0; j < count; j += V::lanes) {
     const Observation* const group = observations + j;
     const unsigned int group_size = count - j < V::lanes ? count - j : V::lanes;
-    const V scale = common_scales<V>(trajectories, group, bandwidth);
+    const V scale = common_scales(tiles, group, bandwidth);
     Scales<V> scales;
     scale.store(scales.scale);
     (V::all(1.0) / scale).store(scales.reciprocal);
@@ -146,15 +156,28 @@ void subtract_distances(const Trajectories& trajectories, const Observation* obs
       by_reciprocal = by_reciprocal && reciprocal_serves(group[i].position, scales.scale[i]);
     }
     if (by_reciprocal) {
-      subtract_from_all<V, V::fuses>(trajectories, group, group_size, scales, weights);
+      subtract_from_all<V, V::fuses>(tiles, group, group_size, scales, weights);
     } else {
-      subtract_from_all<V, false>(trajectories, group, group_size, scales, weights);
+      subtract_from_all<V, false>(tiles, group, group_size, scales, weights);
     }
   }
 }
 
-template <class V, Increments increments>
-inline void add_increments(const int* cells, const double* weights, unsigned int nb_trajectories,
+template <class V>
+void subtract_distances(const Trajectories& trajectories, const Observation* observations,
+                        unsigned int count, double bandwidth, double* weights) {
+  if (trajectories.narrow != nullptr) {
+    const Tiles<V, std::uint16_t> tiles = {trajectories.narrow, trajectories.length,
+                                           trajectories.count};
+    subtract_distances(tiles, observations, count, bandwidth, weights);
+  } else {
+    const Tiles<V, int> tiles = {trajectories.wide, trajectories.length, trajectories.count};
+    subtract_distances(tiles, observations, count, bandwidth, weights);
+  }
+}
+
+template <class V, Increments increments, class Cell>
+inline void add_increments(const Cell* cells, const double* weights, unsigned int nb_trajectories,
                            const TilePosition& first, const TilePosition* ends, V& mean,
                            V& square) {
   V increment[V::lanes];
@@ -175,38 +198,50 @@ inline void add_increments(const int* cells, const double* weights, unsigned int
   }
 }
 
-template <class V, Increments increments>
-inline void sum_group(const Trajectories& trajectories, const double* weights,
-                      const TilePosition& first, const TilePosition* ends, double* means,
-                      double* squares) {
+template <Increments increments, class V, class Cell>
+inline void sum_group(const Tiles<V, Cell>& tiles, const double* weights, const TilePosition& first,
+                      const TilePosition* ends, double* means, double* squares) {
   V mean = V::all(0.0);
   V square = V::all(0.0);
   unsigned int k = 0;
-  for (; k + V::lanes <= trajectories.count; k += V::lanes) {
-    add_increments<V, increments>(trajectories.cells(k), weights + k, V::lanes, first, ends, mean,
-                                  square);
+  for (; k + V::lanes <= tiles.count; k += V::lanes) {
+    add_increments<V, increments>(tiles.cells(k), weights + k, V::lanes, first, ends, mean, square);
   }
-  if (k < trajectories.count) {
-    add_increments<V, increments>(trajectories.cells(k), weights + k, trajectories.count - k, first,
-                                  ends, mean, square);
+  if (k < tiles.count) {
+    add_increments<V, increments>(tiles.cells(k), weights + k, tiles.count - k, first, ends, mean,
+                                  square);
   }
   mean.store(means);
   square.store(squares);
+}
+
+template <class V, class Cell>
+inline void sum_increments(const Tiles<V, Cell>& tiles, const double* weights,
+                           const TilePosition* positions, unsigned int count, Increments increments,
+                           IncrementSums& sums) {
+  for (unsigned int j = 0; j < count; j += V::lanes) {
+    const TilePosition* const ends = positions + j + 1;
+    if (increments == Increments::from_first) {
+      sum_group<Increments::from_first>(tiles, weights, positions[0], ends, sums.mean + j,
+                                        sums.square + j);
+    } else {
+      sum_group<Increments::from_previous>(tiles, weights, positions[j], ends, sums.mean + j,
+                                           sums.square + j);
+    }
+  }
 }
 
 template <class V>
 void sum_increments(const Trajectories& trajectories, const double* weights,
                     const TilePosition* positions, unsigned int count, Increments increments,
                     IncrementSums& sums) {
-  for (unsigned int j = 0; j < count; j += V::lanes) {
-    const TilePosition* const ends = positions + j + 1;
-    if (increments == Increments::from_first) {
-      sum_group<V, Increments::from_first>(trajectories, weights, positions[0], ends, sums.mean + j,
-                                           sums.square + j);
-    } else {
-      sum_group<V, Increments::from_previous>(trajectories, weights, positions[j], ends,
-                                              sums.mean + j, sums.square + j);
-    }
+  if (trajectories.narrow != nullptr) {
+    const Tiles<V, std::uint16_t> tiles = {trajectories.narrow, trajectories.length,
+                                           trajectories.count};
+    sum_increments(tiles, weights, positions, count, increments, sums);
+  } else {
+    const Tiles<V, int> tiles = {trajectories.wide, trajectories.length, trajectories.count};
+    sum_increments(tiles, weights, positions, count, increments, sums);
   }
 }
 

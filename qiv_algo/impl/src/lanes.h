@@ -2,6 +2,7 @@
 #define QIV_LANES_H
 
 #include <cstddef>
+#include <cstdint>
 
 /// @file
 /// The sums over the trajectories of a store, several trajectories or several positions at a time.
@@ -52,12 +53,10 @@ struct Observation {
   double elapsed;
 };
 
-/// The trajectories of a store, tile by tile.
+/// The trajectories of a store, tile by tile, in cells of one of two widths; null for the other.
 struct Trajectories {
-  /// The cells of trajectories `k` and following in the row of zeros, up to the end of a tile.
-  const int* cells(unsigned int k) const { return tiles + first_cell(k, length); }
-
-  const int* tiles;
+  const std::uint16_t* narrow;
+  const int* wide;
   std::size_t length;
   unsigned int count;
 };

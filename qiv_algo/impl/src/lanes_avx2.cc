@@ -26,6 +26,10 @@ struct Four {
   static Four convert(const int* times) {
     return {_mm256_cvtepi32_pd(_mm_loadu_si128(reinterpret_cast<const __m128i*>(times)))};
   }
+  static Four convert(const std::uint16_t* times) {
+    const __m128i narrow = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(times));
+    return {_mm256_cvtepi32_pd(_mm_cvtepu16_epi32(narrow))};
+  }
   static Four load(const double* from) { return {_mm256_loadu_pd(from)}; }
   void store(double* to) const { _mm256_storeu_pd(to, value); }
 

@@ -32,6 +32,10 @@ struct Eight {
   static Eight convert(const int* times) {
     return {_mm512_cvtepi32_pd(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(times)))};
   }
+  static Eight convert(const std::uint16_t* times) {
+    const __m128i narrow = _mm_loadu_si128(reinterpret_cast<const __m128i*>(times));
+    return {_mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(narrow))};
+  }
   static Eight load(const double* from) { return {_mm512_loadu_pd(from)}; }
   void store(double* to) const { _mm512_storeu_pd(to, value); }
 

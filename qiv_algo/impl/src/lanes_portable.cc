@@ -13,6 +13,7 @@ struct Single {
 
   static Single all(double value) { return {value}; }
   static Single convert(const int* times) { return {static_cast<double>(*times)}; }
+  static Single convert(const std::uint16_t* times) { return {static_cast<double>(*times)}; }
   static Single load(const double* from) { return {*from}; }
   void store(double* to) const { *to = value; }
 

@@ -19,6 +19,9 @@ struct Pair {
   static Pair convert(const int* times) {
     return {_mm_cvtepi32_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(times)))};
   }
+  static Pair convert(const std::uint16_t* times) {
+    return {_mm_set_pd(static_cast<double>(times[1]), static_cast<double>(times[0]))};
+  }
   static Pair load(const double* from) { return {_mm_loadu_pd(from)}; }
   void store(double* to) const { _mm_storeu_pd(to, value); }
 
