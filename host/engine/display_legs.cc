@@ -14,9 +14,9 @@ double arrival_m(const Grid& grid, std::size_t stop) {
 Instant seen_behind(const LiveTrip& trip, double place_m) {
   std::size_t i = 0;
   while (trip.reports[i].offset_m < place_m && i + 1 < trip.reports.size()) ++i;
-  const Instant after = trip.progress[i].time;
+  const Instant after = trip.places[i].time;
   if (i == 0) return after;
-  const Instant before = trip.progress[i - 1].time;
+  const Instant before = trip.places[i - 1].time;
   const double before_m = trip.reports[i - 1].offset_m;
   const double share = (place_m - before_m) / (trip.reports[i].offset_m - before_m);
   return before + Seconds(std::llround(share * static_cast<double>((after - before).count())));

@@ -67,9 +67,8 @@ void Engine::note(const TrackEvent& event) {
 
 std::vector<TripForecast> Engine::forecasts(Instant now) {
   std::vector<TripForecast> shown = gather(_crew, [&](std::size_t number) {
-    return _shards[number]->forecasts(now, [&](const LiveTrip& trip) {
-      return _roster.leads(trip.vehicle, trip.schedule.key);
-    });
+    return _shards[number]->forecasts(
+        now, [&](const LiveTrip& trip) { return _roster.leads(trip.vehicle, trip.schedule.key); });
   });
   const std::vector<ScheduledTrip> coming = _roster.announced(now);
   std::vector<TripForecast> announced = gather(_crew, [&](std::size_t number) {
@@ -112,7 +111,8 @@ Instant Engine::turned_around(const ScheduledTrip& trip, const TripForecast& pre
   if (_options.mode == ForecastMode::travel || !is_moving || previous.stops.empty()) {
     return Instant::min();
   }
-  return std::max(trip.first_departure(), previous.stops.back().arrival.time + _settings.turnaround);
+  return std::max(trip.first_departure(),
+                  previous.stops.back().arrival.time + _settings.turnaround);
 }
 
 bool Engine::learn_from(const TripRun& run, Instant finished) {
@@ -134,9 +134,9 @@ std::optional<Explanation> Engine::explain_trip(const TripKey& trip) {
 
 std::optional<double> Engine::delay_s(const TripKey& trip) {
   const LiveTrip* const found = live(trip);
-  if (found == nullptr || found->progress.empty()) return std::nullopt;
+  if (found == nullptr || found->places.empty()) return std::nullopt;
   const PatternDesk& desk = desk_of(*found);
-  return schedule_delay_s(*found, desk.pattern(), desk.grid());
+  return schedule_delay_s(*found, desk.grid());
 }
 
 PatternDesk& Engine::desk_of(const LiveTrip& trip) {

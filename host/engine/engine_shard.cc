@@ -12,6 +12,11 @@
 namespace qiv {
 namespace {
 
+Progress progress_of(const LiveTrip& trip, const PassedPlace& place) {
+  return {trip.vehicle,   trip.schedule.key, trip.schedule.pattern(), place.time,
+          place.received, place.offset_m,    place.error_m,           place.evidence};
+}
+
 /// A timetable's category is numbered as it is met, which says nothing to others.
 Category shown_category(const HistoryChoice& choice) {
   return choice.basis == ForecastBasis::timetable ? std::numeric_limits<Category>::min()
@@ -26,7 +31,8 @@ EngineShard::EngineShard(const Network& network, const LearnedSettings& settings
       _settings(settings),
       _history(std::move(history)),
       _options(options),
-      _library(options.mode) {}
+      _library(options.mode),
+      _desks(network.patterns().size()) {}
 
 EngineShard::~EngineShard() = default;
 
@@ -40,9 +46,12 @@ void EngineShard::on(const TripAssigned& event) {
   LiveTrip trip;
   trip.schedule = *schedule;
   trip.vehicle = event.vehicle;
-  trip.library_key = to_string(event.trip) + " " + event.vehicle.text();
+  // Log lines of the library name the key: with the vehicle in it they can be told apart.
+  trip.in_library = {std::to_string(++_keys) + " " + event.vehicle.text(),
+                     to_string(event.trip) + " " + event.vehicle.text()};
   trip.last_seen = event.received;
   PatternDesk& desk = desk_of(schedule->pattern());
+  trip.desk = &desk;
   trip.choice = desk.choose(*schedule->plan, event.trip.day);
   trip.clock = desk.clock(*schedule->plan);
   _live.insert_or_assign(event.vehicle, std::move(trip));
@@ -67,7 +76,7 @@ void EngineShard::on(const Corrected& event) {
   LiveTrip* const trip = find(event.vehicle, event.trip);
   if (trip == nullptr) return;
   release(*trip);
-  trip->progress.clear();
+  trip->places.clear();
   trip->reports.clear();
   trip->latest.reset();
   trip->shown.forget();
@@ -92,8 +101,8 @@ const LiveTrip* EngineShard::live(const VehicleId& vehicle) const {
 }
 
 void EngineShard::release(const LiveTrip& trip) {
-  if (trip.progress.empty()) return;
-  _library.release(trip.library_key, unix_seconds(trip.progress.back().time));
+  if (trip.places.empty()) return;
+  _library.release(trip.in_library, unix_seconds(trip.places.back().time));
 }
 
 PatternDesk& EngineShard::desk_of(PatternIndex pattern) {
@@ -108,18 +117,63 @@ PatternDesk& EngineShard::desk_of(PatternIndex pattern) {
 }
 
 void EngineShard::report(LiveTrip& trip, const Progress& progress) {
-  const PatternDesk& desk = desk_of(trip.schedule.pattern());
-  const double offset_m = grid_offset_m(desk.grid(), desk.pattern(), progress);
+  trip.trips_at_last = trip.desk->stored(trip.choice.category).size();
+  if (trip.places.empty()) trip.trips_at_start = trip.trips_at_last;
+  note(trip, progress);
+  _library.report(trip.desk->opened(), trip.in_library, trip.choice.category, trip.reports.back(),
+                  trip.latest);
+  trip.shown.forget();
+}
+
+/// Adds a place to the trip, on the library's clock too.
+void EngineShard::note(LiveTrip& trip, const Progress& progress) const {
+  const double offset_m = grid_offset_m(trip.desk->grid(), trip.desk->pattern(), progress);
   const long long time_s = unix_seconds(progress.time) - std::llround(trip.clock.lag_s(offset_m));
   const double error_m = std::max(progress.error_m, _options.least_error_m);
-  std::optional<LibraryForecast> forecast = _library.report(
-      desk.pattern().ref, trip.library_key, trip.choice.category, offset_m, time_s, error_m);
-  trip.trips_at_last = desk.stored(trip.choice.category).size();
-  if (trip.progress.empty()) trip.trips_at_start = trip.trips_at_last;
-  trip.progress.push_back(progress);
+  trip.places.push_back(
+      {progress.time, progress.received, progress.offset_m, progress.error_m, progress.evidence});
   trip.reports.push_back({offset_m, time_s, error_m});
-  if (forecast) trip.latest = std::move(forecast);
-  trip.shown.forget();
+}
+
+std::optional<FollowedTrip> EngineShard::told_of(const VehicleId& vehicle, std::size_t from) {
+  const LiveTrip* const trip = live(vehicle);
+  if (trip == nullptr) return std::nullopt;
+  FollowedTrip told;
+  told.choice = trip->choice;
+  told.last_seen = trip->last_seen;
+  told.latest = trip->latest;
+  told.trips_at_start = trip->trips_at_start;
+  told.trips_at_last = trip->trips_at_last;
+  if (trip->places.empty()) return told;
+  told.from = std::min(from, trip->places.size() - 1);
+  for (std::size_t i = told.from; i < trip->places.size(); ++i) {
+    told.progress.push_back(progress_of(*trip, trip->places[i]));
+  }
+  const auto& sources = trip->desk->sources(trip->choice.category);
+  if (!sources.empty()) told.first_earlier = sources.front().trip;
+  return told;
+}
+
+bool EngineShard::follow(const VehicleId& vehicle, const TripKey& trip, const FollowedTrip& told) {
+  LiveTrip* const live = find(vehicle, trip);
+  if (live == nullptr) return false;
+  if (told.choice.basis == ForecastBasis::timetable) {
+    live->choice = live->desk->choose_timetable(*live->schedule.plan);
+  } else {
+    live->choice = told.choice;
+  }
+  live->last_seen = told.last_seen;
+  live->trips_at_start = told.trips_at_start;
+  live->trips_at_last = told.trips_at_last;
+  const bool is_whole = told.from <= live->places.size();
+  if (told.progress.empty()) return is_whole;
+  const std::size_t known = is_whole ? told.from : 0;
+  live->places.resize(known);
+  live->reports.resize(known);
+  for (const Progress& progress : told.progress) note(*live, progress);
+  live->latest = told.latest;
+  live->shown.forget();
+  return is_whole;
 }
 
 std::optional<TripForecast> EngineShard::forecast(const VehicleId& vehicle, Instant now) {
@@ -143,7 +197,7 @@ TripForecast EngineShard::display(LiveTrip& trip, Instant now) {
   KeptDisplay::Basis basis;
   basis.last_seen = trip.last_seen;
   if (!trip.latest) {
-    basis.histories = desk_of(trip.schedule.pattern()).version();
+    basis.histories = trip.desk->version();
     basis.departure = expected_departure(trip.schedule, trip.choice.category, trip.last_seen);
   }
   const TripForecast* const kept = trip.shown.find(basis, now);
@@ -156,7 +210,7 @@ TripForecast EngineShard::display(LiveTrip& trip, Instant now) {
 
 TripForecast EngineShard::display_anew(LiveTrip& trip, const KeptDisplay::Basis& basis,
                                        Instant now) {
-  PatternDesk& desk = desk_of(trip.schedule.pattern());
+  PatternDesk& desk = *trip.desk;
   TripForecast result;
   result.trip = trip.schedule.key;
   result.vehicle = trip.vehicle;
@@ -168,7 +222,7 @@ TripForecast EngineShard::display_anew(LiveTrip& trip, const KeptDisplay::Basis&
   result.trips = trip.choice.trips;
   DisplayHold hold;
   if (trip.latest) {
-    result.offset_m = trip.progress.back().offset_m;
+    result.offset_m = trip.places.back().offset_m;
     result.confidence = trip.latest->confidence;
     hold = fill(result,
                 {trip.schedule, desk.pattern(), desk.grid(), trip.clock, *trip.latest, 0.0,
@@ -275,6 +329,11 @@ bool EngineShard::learn_from(const TripRun& run, Instant finished) {
   trajectory.finished = finished;
   desk.add(trajectory);
   return true;
+}
+
+bool EngineShard::learn_at_work(const TripRun& run, Instant finished) {
+  const std::optional<PatternIndex> pattern = _network.find_pattern(run.pattern);
+  return pattern && _desks[*pattern] != nullptr && learn_from(run, finished);
 }
 
 Rejections EngineShard::rejected_trips() const {

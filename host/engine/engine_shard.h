@@ -1,13 +1,13 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <unordered_map>
 #include <vector>
 
 #include "engine/engine_options.h"
+#include "engine/followed_trip.h"
 #include "engine/forecast_library.h"
 #include "engine/kept_display.h"
 #include "engine/live_trip.h"
@@ -37,6 +37,16 @@ class EngineShard {
   /// Takes one event of a vehicle of this shard, in order.
   void apply(const TrackEvent& event);
 
+  /// Takes what another program's shard says of the trip that the vehicle is on, in the place of
+  /// its reports: the trip is shown here as it is there. Returns whether all of its places are
+  /// known; not where some that came before have not been told. Precondition: what the library
+  /// answered has the rows of the pattern, and comes with places.
+  bool follow(const VehicleId& vehicle, const TripKey& trip, const FollowedTrip& told);
+
+  /// What is to be told of the trip that the vehicle is on, with its places from number `from` on;
+  /// nothing when it is on none.
+  std::optional<FollowedTrip> told_of(const VehicleId& vehicle, std::size_t from);
+
   /// What is forecast for the trip that the vehicle is on; nothing when it is on none.
   std::optional<TripForecast> forecast(const VehicleId& vehicle, Instant now);
 
@@ -51,6 +61,10 @@ class EngineShard {
   /// Adds a finished trip to the histories. Returns false, and counts why, when it is no trip to
   /// learn from.
   bool learn_from(const TripRun& run, Instant finished);
+
+  /// The same where the history source grows with every finished trip: a pattern that has not been
+  /// met yet will find the trip there, and is left alone.
+  bool learn_at_work(const TripRun& run, Instant finished);
 
   /// The trip that the vehicle is on; null when it is on none.
   const LiveTrip* live(const VehicleId& vehicle) const;
@@ -74,6 +88,7 @@ class EngineShard {
   LiveTrip* find(const VehicleId& vehicle, const TripKey& trip);
   void release(const LiveTrip& trip);
   void report(LiveTrip& trip, const Progress& progress);
+  void note(LiveTrip& trip, const Progress& progress) const;
   /// What is kept of a trip without a vehicle.
   struct Announced {
     HistoryChoice choice;
@@ -96,10 +111,11 @@ class EngineShard {
   HistorySource _history;
   EngineOptions _options;
   ForecastLibrary _library;
-  std::map<PatternIndex, std::unique_ptr<PatternDesk>> _desks;
+  std::vector<std::unique_ptr<PatternDesk>> _desks;  ///< by pattern; null where not yet at work
   std::unordered_map<VehicleId, LiveTrip> _live;
   std::unordered_map<TripKey, Announced, TripKeyHash> _announced;
-  Instant _forgot{};  ///< those that were not asked for any more
+  Instant _forgot{};        ///< those that were not asked for any more
+  std::uint64_t _keys = 0;  ///< of the library, given so far
   Rejections _rejected_trips;
 };
 

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdint>
 #include <stdexcept>
+#include <utility>
 
 #include "BusRoute.h"
 #include "Forecast.h"
@@ -56,7 +57,7 @@ bool same(const LibraryForecast& a, const LibraryForecast& b) {
 
 }  // namespace
 
-std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk) {
+std::optional<Explanation> repeat_forecast(const LiveTrip& trip, const PatternDesk& desk) {
   if (!trip.latest || trip.reports.empty()) return std::nullopt;
   const std::vector<double> bandwidth = {desk.settings().bandwidth};
   const bool arrivals = desk.mode() == ForecastMode::arrival;
@@ -73,8 +74,8 @@ std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk
   WeightKeeper algorithm(&record, &route, {}, bandwidth);
 
   const auto& trajectories = desk.stored(trip.choice.category);
-  Vehicle vehicle(trip.library_key);
-  const VehicleJourneyRef reference(trip.library_key, "");
+  Vehicle vehicle(trip.in_library.key);
+  const VehicleJourneyRef reference;
   for (const LibraryReport& report : trip.reports) {
     const bool first = vehicle.size() == 0;
     try {
@@ -92,11 +93,9 @@ std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk
   Explanation explanation;
   explanation.category = trip.choice.category;
   explanation.basis = trip.choice.basis;
-  explanation.forecast = copy_record(record);
-  if (!same(explanation.forecast, *trip.latest)) {
-    throw std::logic_error("the explanation of " + trip.library_key +
-                           " differs from the library's forecast");
-  }
+  std::optional<LibraryForecast> answer;
+  copy_record(record, answer);
+  explanation.forecast = std::move(*answer);
   const std::vector<double> weights = algorithm.weights(vehicle, at_last);
   const std::vector<SourceTrip>& sources = desk.sources(trip.choice.category);
   for (std::size_t k = 0; k < weights.size() && k < sources.size(); ++k) {
@@ -104,6 +103,15 @@ std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk
   }
   std::stable_sort(explanation.trips.begin(), explanation.trips.end(),
                    [](const WeighedTrip& a, const WeighedTrip& b) { return a.weight > b.weight; });
+  return explanation;
+}
+
+std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk) {
+  auto explanation = repeat_forecast(trip, desk);
+  if (explanation && !same(explanation->forecast, *trip.latest)) {
+    throw std::logic_error("the explanation of " + trip.in_library.name +
+                           " differs from the library's forecast");
+  }
   return explanation;
 }
 

@@ -28,4 +28,7 @@ struct Explanation {
 /// from what the library said.
 std::optional<Explanation> explain(const LiveTrip& trip, const PatternDesk& desk);
 
+/// The same without the comparison, for whoever knows only part of what the library said.
+std::optional<Explanation> repeat_forecast(const LiveTrip& trip, const PatternDesk& desk);
+
 }  // namespace qiv

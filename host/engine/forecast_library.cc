@@ -15,6 +15,9 @@ const char* const parking = "";
 constexpr long long parking_shape_id = 0;
 constexpr unsigned long long shape_time = 1;
 
+/// Every key has one trip only, whose name therefore says nothing.
+const VehicleJourneyRef only_trip;
+
 /// The host chooses the trips that a category holds; the library must never replace one.
 constexpr unsigned unbounded = std::numeric_limits<unsigned>::max();
 
@@ -57,18 +60,17 @@ void check(const LibraryPattern& pattern, ForecastMode mode) {
 
 }  // namespace
 
-LibraryForecast copy_record(Forecast& record) {
-  LibraryForecast result;
-  result.first = record.get_first_index();
-  result.confidence = record.get_confidence();
-  result.rows.reserve(record.size());
-  for (unsigned int j = 0; j < record.size(); ++j) {
-    const Time& row = record[j];
-    result.rows.push_back({row.get_time(), row.get_lower_confidence_bound(),
-                           row.get_upper_confidence_bound(), row.get_conditional_var(),
-                           row.get_conditional_mean()});
+void copy_record(Forecast& record, std::optional<LibraryForecast>& answer) {
+  if (!answer) answer.emplace();
+  answer->first = record.get_first_index();
+  answer->confidence = record.get_confidence();
+  answer->rows.resize(record.size());
+  unsigned int j = 0;
+  for (LibraryRow& copy : answer->rows) {
+    const Time& row = record[j++];
+    copy = {row.get_time(), row.get_lower_confidence_bound(), row.get_upper_confidence_bound(),
+            row.get_conditional_var(), row.get_conditional_mean()};
   }
-  return result;
 }
 
 struct ForecastLibrary::Registry {
@@ -85,7 +87,7 @@ ForecastLibrary::ForecastLibrary(ForecastMode mode)
 
 ForecastLibrary::~ForecastLibrary() = default;
 
-void ForecastLibrary::open(const LibraryPattern& pattern) {
+OpenPattern ForecastLibrary::open(const LibraryPattern& pattern) {
   check(pattern, _mode);
   _registry->configure(_mode, pattern.bandwidth);
   const std::vector<double>& stops_m = stop_places(pattern, _mode);
@@ -94,49 +96,50 @@ void ForecastLibrary::open(const LibraryPattern& pattern) {
   journeys.read_milestones(ref, shape_time, pattern.shape_version_id, pattern.grid.milestones_m);
   journeys.read_bus_stops(ref, shape_time, pattern.shape_version_id,
                           std::vector<std::string>(stops_m.size()), stops_m);
-  _shape_version_ids[pattern.ref] = pattern.shape_version_id;
+  return {ref, pattern.shape_version_id};
 }
 
-bool ForecastLibrary::add_trajectory(const PatternRef& pattern, Category category,
+bool ForecastLibrary::add_trajectory(const OpenPattern& pattern, Category category,
                                      std::span<const int> times_s) {
   try {
-    _registry->journeys.read_history(pattern.text(), shape_time, _shape_version_ids.at(pattern),
-                                     category, {times_s.begin(), times_s.end()});
+    _registry->journeys.read_history(pattern.ref, shape_time, pattern.shape_version_id, category,
+                                     {times_s.begin(), times_s.end()});
     return true;
   } catch (invalid_history& error) {
-    _rejected_trajectories.add(first_line(error.what()), [&] { return pattern.text(); });
+    _rejected_trajectories.add(first_line(error.what()), [&] { return pattern.ref; });
     return false;
   }
 }
 
-std::optional<LibraryForecast> ForecastLibrary::report(const PatternRef& pattern,
-                                                       const std::string& key, Category category,
-                                                       double offset_m, long long time_s,
-                                                       double error_m) {
+bool ForecastLibrary::report(const OpenPattern& pattern, const LibraryVehicle& vehicle,
+                             Category category, const LibraryReport& report,
+                             std::optional<LibraryForecast>& answer) {
   const auto quote = [&] {
-    return key + " at " + std::to_string(offset_m) + " m, " + std::to_string(time_s) + " s";
+    return vehicle.name + " at " + std::to_string(report.offset_m) + " m, " +
+           std::to_string(report.time_s) + " s";
   };
   try {
     Forecast* const record = _registry->journeys.update(
-        pattern.text(), key, VehicleJourneyRef(key, ""), shape_time, _shape_version_ids.at(pattern),
-        category, offset_m, time_s, error_m);
+        pattern.ref, vehicle.key, only_trip, shape_time, pattern.shape_version_id, category,
+        report.offset_m, report.time_s, report.error_m);
     if (record == nullptr) {
       _rejected_reports.add("report not used by the library", quote);
-      return std::nullopt;
+      return false;
     }
-    if (!(record->get_confidence() > 0.0)) return std::nullopt;
-    return copy_record(*record);
+    if (!(record->get_confidence() > 0.0)) return false;
+    copy_record(*record, answer);
+    return true;
   } catch (invalid_update& error) {
     _rejected_reports.add(first_line(error.what()), quote);
   } catch (std::invalid_argument& error) {
     _rejected_reports.add(first_line(error.what()), quote);
   }
-  return std::nullopt;
+  return false;
 }
 
-void ForecastLibrary::release(const std::string& key, long long time_s) {
-  _registry->journeys.update(parking, key, VehicleJourneyRef(), shape_time, parking_shape_id, 0,
-                             0.0, time_s, 0.0);
+void ForecastLibrary::release(const LibraryVehicle& vehicle, long long time_s) {
+  _registry->journeys.update(parking, vehicle.key, only_trip, shape_time, parking_shape_id, 0, 0.0,
+                             time_s, 0.0);
 }
 
 }  // namespace qiv

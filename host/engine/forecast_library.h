@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -37,8 +36,16 @@ struct LibraryForecast {
   std::vector<LibraryRow> rows;
 };
 
-/// Copies the library's record, which its next report overwrites.
-LibraryForecast copy_record(Forecast& record);
+/// Copies the library's record, which its next report overwrites, into `answer`, whose memory is
+/// used again.
+void copy_record(Forecast& record, std::optional<LibraryForecast>& answer);
+
+/// A report of a vehicle, as the library is told.
+struct LibraryReport {
+  double offset_m = 0.0;
+  long long time_s = 0;
+  double error_m = 0.0;
+};
 
 /// A journey pattern as the library is told of it.
 struct LibraryPattern {
@@ -49,12 +56,24 @@ struct LibraryPattern {
   double bandwidth = 100.0;
 };
 
+/// A trip of a vehicle, which is a vehicle of its own to the library.
+struct LibraryVehicle {
+  std::string key;   ///< no other trip has it; at most 15 characters cost the library no memory
+  std::string name;  ///< of trip and vehicle, for people
+};
+
+/// What an open pattern is called when the library is told of it.
+struct OpenPattern {
+  std::string ref;
+  long long shape_version_id = 0;
+};
+
 /// The forecasting library, handled with care: configuration is checked before the library sees it,
 /// reference data go in as milestones, stops, trajectories, answers are copied at once, and what
 /// the library rejects is counted with its text instead of ending the run.
 ///
-/// Every trip of every vehicle is a vehicle of its own to the library ("key"), so that its start
-/// time is estimated anew for each trip.
+/// Every trip of every vehicle is a vehicle of its own to the library, so that its start time is
+/// estimated anew for each trip.
 class ForecastLibrary {
  public:
   /// Throws `std::invalid_argument` for nothing; configuration comes with the patterns.
@@ -63,19 +82,19 @@ class ForecastLibrary {
 
   /// Makes the pattern known. Throws `std::invalid_argument`, naming the pattern and the value, for
   /// a bandwidth that is not greater than 0 and for a grid that the library would reject.
-  void open(const LibraryPattern& pattern);
+  OpenPattern open(const LibraryPattern& pattern);
 
   /// Adds an earlier trip under `category`. Returns false, and counts why, if the library rejects
   /// it.
-  bool add_trajectory(const PatternRef& pattern, Category category, std::span<const int> times_s);
+  bool add_trajectory(const OpenPattern& pattern, Category category, std::span<const int> times_s);
 
-  /// Reports the vehicle `key` at `offset_m`. Nothing when the library gives no forecast.
-  std::optional<LibraryForecast> report(const PatternRef& pattern, const std::string& key,
-                                        Category category, double offset_m, long long time_s,
-                                        double error_m);
+  /// Passes on a report. Returns false when the library gives no forecast; `answer` then stays as
+  /// it was.
+  bool report(const OpenPattern& pattern, const LibraryVehicle& vehicle, Category category,
+              const LibraryReport& report, std::optional<LibraryForecast>& answer);
 
-  /// Makes the vehicle leave: the next report of `key` is its first again.
-  void release(const std::string& key, long long time_s);
+  /// Makes the vehicle leave: its next report is its first again.
+  void release(const LibraryVehicle& vehicle, long long time_s);
 
   ForecastMode mode() const { return _mode; }
 
@@ -88,7 +107,6 @@ class ForecastLibrary {
 
   std::unique_ptr<Registry> _registry;
   ForecastMode _mode;
-  std::map<PatternRef, long long> _shape_version_ids;
   Rejections _rejected_reports;
   Rejections _rejected_trajectories;
 };

@@ -13,23 +13,26 @@
 
 namespace qiv {
 
-/// What the library was told of the vehicle.
-struct LibraryReport {
+/// Where the vehicle was: a `Progress` without the names, which are those of its trip.
+struct PassedPlace {
+  Instant time{};
+  Instant received{};
   double offset_m = 0.0;
-  long long time_s = 0;
   double error_m = 0.0;
+  Evidence evidence = Evidence::fix;
 };
 
 /// A trip with its vehicle, as the engine follows it.
 struct LiveTrip {
   ScheduledTrip schedule;
   VehicleId vehicle;
-  std::string library_key;
+  LibraryVehicle in_library;
+  PatternDesk* desk = nullptr;
   HistoryChoice choice;
   TripClock clock;
   Instant last_seen{};                 ///< by the vehicle's own clock
-  std::vector<Progress> progress;      ///< what the library was told; empty while waiting
-  std::vector<LibraryReport> reports;  ///< the same as `progress`, on the library's clock
+  std::vector<PassedPlace> places;     ///< what the library was told; empty while waiting
+  std::vector<LibraryReport> reports;  ///< the same, on the library's clock
   std::optional<LibraryForecast> latest;
   KeptDisplay shown;
   std::size_t trips_at_start = 0;  ///< earlier trips in the category at the first report ...

@@ -19,13 +19,6 @@ LibraryPattern describe_pattern(const JourneyPattern& pattern, const Grid& grid,
   return described;
 }
 
-template <class List>
-const List& of(const std::map<Category, List>& store, Category category) {
-  static const List none;
-  const auto entry = store.find(category);
-  return entry == store.end() ? none : entry->second;
-}
-
 }  // namespace
 
 std::vector<double> arrival_places_m(const Grid& grid) {
@@ -40,7 +33,7 @@ PatternDesk::PatternDesk(const Network& network, PatternIndex pattern,
                          const PatternSettings& settings, const Grid& grid,
                          ForecastLibrary& library, std::span<const Trajectory> earlier)
     : _network(network), _pattern(pattern), _settings(settings), _library(library), _grid(grid) {
-  _library.open(describe_pattern(this->pattern(), _grid, _settings));
+  _opened = _library.open(describe_pattern(this->pattern(), _grid, _settings));
   std::map<Category, std::vector<std::size_t>> members;
   for (std::size_t i = 0; i < earlier.size(); ++i) {
     for (const Category category : categories_of(earlier[i])) members[category].push_back(i);
@@ -70,6 +63,10 @@ HistoryChoice PatternDesk::choose(const TripPlan& trip, ServiceDate day) {
       return {category, ForecastBasis::history, static_cast<unsigned>(size)};
     }
   }
+  return choose_timetable(trip);
+}
+
+HistoryChoice PatternDesk::choose_timetable(const TripPlan& trip) {
   std::vector<int> times_s = timetable_trajectory_s(_grid, trip);
   clock(trip).subtract(_grid.milestones_m, times_s);
   const auto next = static_cast<Category>(std::numeric_limits<Category>::min() +
@@ -85,56 +82,63 @@ TripClock PatternDesk::clock(const TripPlan& trip) const {
 }
 
 const std::optional<LibraryForecast>& PatternDesk::fresh(Category category) {
-  const auto known = _fresh.find(category);
-  if (known != _fresh.end()) return known->second;
-  static const std::string key = "fresh";
-  std::optional<LibraryForecast> forecast =
-      _library.report(pattern().ref, key, category, _grid.places_m.front(), 0, 0.0);
-  _library.release(key, 0);
-  return _fresh.emplace(category, std::move(forecast)).first->second;
+  Past& past = _past[category];
+  if (past.has_fresh) return past.fresh;
+  static const LibraryVehicle fresh_vehicle{"fresh", "fresh"};
+  past.fresh.reset();
+  _library.report(_opened, fresh_vehicle, category, {_grid.places_m.front(), 0, 0.0}, past.fresh);
+  _library.release(fresh_vehicle, 0);
+  past.has_fresh = true;
+  return past.fresh;
 }
 
 Seconds PatternDesk::expected_departure_delay(Category category, Seconds waited) const {
   const Seconds least = std::max(waited, Seconds(0));
-  const auto entry = _departure_delays.find(category);
-  if (entry == _departure_delays.end()) return least;
-  const std::vector<Seconds>& delays = entry->second;
+  const std::vector<Seconds>& delays = past(category).departure_delays;
   const auto later = std::upper_bound(delays.begin(), delays.end(), waited);
   if (later == delays.end()) return least;
   return std::max(*(later + (delays.end() - later) / 2), Seconds(0));
 }
 
+const PatternDesk::Past& PatternDesk::past(Category category) const {
+  static const Past none;
+  const auto entry = _past.find(category);
+  return entry == _past.end() ? none : entry->second;
+}
+
 const std::vector<std::vector<int>>& PatternDesk::stored(Category category) const {
-  return of(_stored, category);
+  return past(category).stored;
 }
 
 const std::vector<SourceTrip>& PatternDesk::sources(Category category) const {
-  return of(_sources, category);
+  return past(category).sources;
 }
 
 const std::vector<std::vector<int>>& PatternDesk::elapsed(Category category) const {
-  return of(_elapsed, category);
+  return past(category).elapsed;
 }
 
 void PatternDesk::add_to(Category category, const Trajectory& trajectory,
                          const std::vector<int>& times_s) {
   if (!store(category, times_s, trajectory.times_s)) return;
-  _sources[category].push_back({trajectory.trip, trajectory.lent});
+  Past& past = _past[category];
+  past.sources.push_back({trajectory.trip, trajectory.lent});
   const TripPlan* const trip = _network.find_trip(trajectory.trip.trip, trajectory.trip.start);
   if (!trajectory.scheduled_departure && trip == nullptr) return;
   const Seconds scheduled =
       trajectory.scheduled_departure.value_or(trip == nullptr ? Seconds(0) : trip->departure());
-  std::vector<Seconds>& delays = _departure_delays[category];
+  std::vector<Seconds>& delays = past.departure_delays;
   const Seconds delay = trajectory.departed - _network.clock().at(trajectory.trip.day, scheduled);
   delays.insert(std::upper_bound(delays.begin(), delays.end(), delay), delay);
 }
 
 bool PatternDesk::store(Category category, const std::vector<int>& times_s,
                         const std::vector<int>& elapsed_s) {
-  if (!_library.add_trajectory(pattern().ref, category, times_s)) return false;
-  _stored[category].push_back(times_s);
-  _elapsed[category].push_back(elapsed_s);
-  _fresh.erase(category);
+  if (!_library.add_trajectory(_opened, category, times_s)) return false;
+  Past& past = _past[category];
+  past.stored.push_back(times_s);
+  past.elapsed.push_back(elapsed_s);
+  past.has_fresh = false;
   return true;
 }
 

@@ -41,6 +41,7 @@ class PatternDesk {
   PatternDesk(const Network& network, PatternIndex pattern, const PatternSettings& settings,
               const Grid& grid, ForecastLibrary& library, std::span<const Trajectory> earlier);
 
+  const OpenPattern& opened() const { return _opened; }
   const JourneyPattern& pattern() const { return _network.pattern(_pattern); }
   const Grid& grid() const { return _grid; }
   const PatternSettings& settings() const { return _settings; }
@@ -58,6 +59,9 @@ class PatternDesk {
   /// The finest category with enough trips; without any, the trip's own timetable, which is given
   /// to the library as a category of its own.
   HistoryChoice choose(const TripPlan& trip, ServiceDate day);
+
+  /// The trip's own timetable, whatever earlier trips there are.
+  HistoryChoice choose_timetable(const TripPlan& trip);
 
   /// The clock on which the library sees this trip.
   TripClock clock(const TripPlan& trip) const;
@@ -81,6 +85,17 @@ class PatternDesk {
   const std::vector<std::vector<int>>& elapsed(Category category) const;
 
  private:
+  /// The earlier trips of one category, or a timetable in their place.
+  struct Past {
+    std::vector<std::vector<int>> stored;
+    std::vector<std::vector<int>> elapsed;
+    std::vector<SourceTrip> sources;
+    std::vector<Seconds> departure_delays;  ///< ascending
+    bool has_fresh = false;                 ///< whether `fresh` is of these trips
+    std::optional<LibraryForecast> fresh;
+  };
+
+  const Past& past(Category category) const;
   void add_to(Category category, const Trajectory& trajectory, const std::vector<int>& times_s);
   bool store(Category category, const std::vector<int>& times_s, const std::vector<int>& elapsed_s);
   std::vector<Category> categories_of(const Trajectory& trajectory) const;
@@ -91,11 +106,8 @@ class PatternDesk {
   PatternSettings _settings;
   ForecastLibrary& _library;
   Grid _grid;
-  std::map<Category, std::vector<std::vector<int>>> _stored;
-  std::map<Category, std::vector<std::vector<int>>> _elapsed;
-  std::map<Category, std::vector<SourceTrip>> _sources;
-  std::map<Category, std::vector<Seconds>> _departure_delays;  ///< each ascending
-  std::map<Category, std::optional<LibraryForecast>> _fresh;
+  OpenPattern _opened;
+  std::map<Category, Past> _past;
   std::map<std::vector<int>, Category> _timetables;
   std::uint64_t _version = 0;
 };

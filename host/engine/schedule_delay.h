@@ -7,7 +7,7 @@ namespace qiv {
 
 /// How far a trip is behind its timetable at its last progress, in seconds; negative when it is
 /// ahead. Between stops the timetable is linear in the distance.
-/// Precondition: the trip has progress, and `grid` is that of `pattern`, the trip's.
-double schedule_delay_s(const LiveTrip& trip, const JourneyPattern& pattern, const Grid& grid);
+/// Precondition: the trip has progress, and `grid` is that of its pattern.
+double schedule_delay_s(const LiveTrip& trip, const Grid& grid);
 
 }  // namespace qiv

@@ -129,12 +129,7 @@ std::vector<Tracker::VehicleReport> TrackedEngine::vehicles() const {
   for (const Shard& shard : _shards) {
     for (Tracker::VehicleReport& said : shard.tracker.vehicles()) all.push_back(std::move(said));
   }
-  for (Tracker::VehicleReport& said : all) {
-    if (!said.trip || _engine.leads(said.vehicle, *said.trip)) continue;
-    said.status = VehicleStatus::doubled;
-    said.trip.reset();
-    said.confidence.reset();
-  }
+  for (Tracker::VehicleReport& said : all) show_doubled(said, _engine);
   if (_shards.size() > 1) {
     std::sort(all.begin(), all.end(),
               [](const auto& a, const auto& b) { return a.vehicle < b.vehicle; });
@@ -146,6 +141,13 @@ Rejections TrackedEngine::rejections() const {
   Rejections all = _engine.rejections();
   for (const Shard& shard : _shards) all.merge(shard.tracker.rejections());
   return all;
+}
+
+void show_doubled(Tracker::VehicleReport& said, const Engine& engine) {
+  if (!said.trip || engine.leads(said.vehicle, *said.trip)) return;
+  said.status = VehicleStatus::doubled;
+  said.trip.reset();
+  said.confidence.reset();
 }
 
 void for_each_second(std::span<const VehiclePosition> positions,

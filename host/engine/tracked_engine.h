@@ -94,6 +94,9 @@ class TrackedEngine {
   std::uint64_t _learned = 0;
 };
 
+/// Of a vehicle on a trip that another one leads on, says just that.
+void show_doubled(Tracker::VehicleReport& said, const Engine& engine);
+
 /// Calls `use` for each stretch of positions that were received in the same second.
 /// Precondition: `positions` is in order of receipt.
 void for_each_second(std::span<const VehiclePosition> positions,

@@ -104,12 +104,12 @@ const char* to_string(Contender contender) {
 
 const ContenderPredictions& Contenders::predict(const ScheduledTrip& trip, Instant now) {
   const LiveTrip* const live = _engine.live(trip.key);
-  const bool begun = live != nullptr && !live->progress.empty();
+  const bool begun = live != nullptr && !live->places.empty();
   const auto now_s = static_cast<double>(unix_seconds(now));
   double late_s = 0.0;
   if (begun) {
     Standing& standing = _standing[trip.key];
-    if (standing.reports != live->progress.size()) standing = compute(trip, *live);
+    if (standing.reports != live->places.size()) standing = compute(trip, *live);
     _predicted = standing.predictions;
   } else {
     _predicted = fresh(trip).predictions;
@@ -124,11 +124,10 @@ const ContenderPredictions& Contenders::predict(const ScheduledTrip& trip, Insta
 
 Contenders::Standing Contenders::compute(const ScheduledTrip& trip, const LiveTrip& live) {
   Standing standing;
-  standing.reports = live.progress.size();
+  standing.reports = live.places.size();
   const PatternDesk& desk = _engine.desk_of(live);
-  const Progress& last = live.progress.back();
-  predict_from(trip, desk, live.choice.category, grid_offset_m(desk.grid(), desk.pattern(), last),
-               static_cast<double>(unix_seconds(last.time)), standing.predictions);
+  predict_from(trip, desk, live.choice.category, live.reports.back().offset_m,
+               static_cast<double>(unix_seconds(live.places.back().time)), standing.predictions);
   return standing;
 }
 

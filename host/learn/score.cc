@@ -17,13 +17,14 @@ void score_run(const TripRun& run, PatternDesk& desk, ForecastLibrary& library,
   const std::vector<std::optional<double>> actual_s = passing_times_s(run, desk.grid().places_m);
   const HistoryChoice choice = desk.choose(trip, run.trip.day);
   const TripClock clock = desk.clock(trip);
-  const std::string key = to_string(run.trip) + " " + run.vehicle.text();
+  const std::string name = to_string(run.trip) + " " + run.vehicle.text();
+  const LibraryVehicle vehicle{name, name};
+  std::optional<LibraryForecast> forecast;
   for (const Progress& progress : run.progress) {
     const double offset_m = grid_offset_m(desk.grid(), desk.pattern(), progress);
     const long long time_s = unix_seconds(progress.time) - std::llround(clock.lag_s(offset_m));
-    const auto forecast = library.report(desk.pattern().ref, key, choice.category, offset_m, time_s,
-                                         std::max(50.0, progress.error_m));
-    if (!forecast) continue;
+    const LibraryReport report{offset_m, time_s, std::max(50.0, progress.error_m)};
+    if (!library.report(desk.opened(), vehicle, choice.category, report, forecast)) continue;
     const auto now_s = static_cast<double>(unix_seconds(progress.received));
     for (std::size_t j = 1; j < trip.size(); ++j) {
       const std::size_t place = Grid::arrival_place(j);
@@ -33,7 +34,7 @@ void score_run(const TripRun& run, PatternDesk& desk, ForecastLibrary& library,
       errors.add(*actual_s[place] - now_s, *actual_s[place] - std::max(predicted_s, now_s));
     }
   }
-  if (!run.progress.empty()) library.release(key, unix_seconds(run.progress.back().time));
+  if (!run.progress.empty()) library.release(vehicle, unix_seconds(run.progress.back().time));
 }
 
 }  // namespace

@@ -1,12 +1,10 @@
 #include "serve/live_city.h"
 
 #include <algorithm>
-#include <tuple>
-#include <unordered_map>
 #include <utility>
 #include <variant>
 
-#include "model/trip_key_hash.h"
+#include "serve/vehicle_views.h"
 
 namespace qiv {
 namespace {
@@ -28,27 +26,6 @@ bool translate_stops(TripForecast& forecast, const Network& from, const Network&
     stop.stop = *known;
   }
   return true;
-}
-
-/// True for the same report received again.
-bool is_same_report(const VehiclePosition& before, const VehiclePosition& now) {
-  const auto stated = [](const VehiclePosition& p) {
-    return std::tie(p.time, p.time_is_received, p.vehicle, p.trip, p.route, p.direction,
-                    p.start_date, p.start_time, p.place, p.bearing_deg, p.speed_mps, p.stop,
-                    p.stop_sequence, p.status);
-  };
-  return stated(before) == stated(now);
-}
-
-std::optional<Seconds> lateness_of(const TripForecast& shown, const TripPlan& plan,
-                                   const Network& network) {
-  if (shown.stops.size() != plan.size()) return std::nullopt;
-  const auto next = std::find_if(shown.stops.begin(), shown.stops.end(),
-                                 [](const StopForecast& stop) { return !stop.observed; });
-  if (next == shown.stops.end()) return std::nullopt;
-  const Instant scheduled = network.clock().zero(shown.trip.day) +
-                            plan.call(static_cast<std::size_t>(next - shown.stops.begin())).arrival;
-  return next->arrival.time - scheduled;
 }
 
 }  // namespace
@@ -257,7 +234,7 @@ void LiveCity::use_timetable(std::shared_ptr<const Network> network, Instant now
   std::vector<VehicleId> not_departed;
   for (const auto& [vehicle, trip] : _current->on_road) {
     const LiveTrip* const live = _current->tracked.engine().live(trip);
-    if (live == nullptr || live->progress.empty()) not_departed.push_back(vehicle);
+    if (live == nullptr || live->places.empty()) not_departed.push_back(vehicle);
   }
   for (const VehicleId& vehicle : not_departed) _current->tracked.release(vehicle, now);
   _network = std::move(network);
@@ -278,7 +255,7 @@ Snapshot LiveCity::show(Instant now) {
   snapshot.now = now;
   snapshot.network = _network;
   snapshot.trips = displayed(now);
-  snapshot.vehicles = vehicle_views(snapshot.trips, now);
+  snapshot.vehicles = views_of(snapshot.trips, now);
   const ArchiveWriter::Counts& stored = _writer.counts();
   snapshot.counts.positions_taken = _taken;
   snapshot.counts.progress_stored = stored.progress;
@@ -322,52 +299,17 @@ void LiveCity::add_retiring(std::vector<Tracker::VehicleReport>& said) const {
   for (const auto& [vehicle, report] : by_vehicle) said.push_back(report);
 }
 
-std::vector<VehicleView> LiveCity::vehicle_views(const std::vector<TripForecast>& shown,
-                                                 Instant now) {
+std::vector<VehicleView> LiveCity::views_of(const std::vector<TripForecast>& shown, Instant now) {
   std::erase_if(_seen, [&](const auto& entry) {
     return now - entry.second.report.received > _options.track.memory;
   });
   std::vector<Tracker::VehicleReport> said = _current->tracked.vehicles();
   if (!_retiring.empty()) add_retiring(said);
-  std::unordered_map<TripKey, const TripForecast*, TripKeyHash> with_vehicle;
-  for (const TripForecast& forecast : shown) {
-    if (!forecast.vehicle.empty()) with_vehicle.emplace(forecast.trip, &forecast);
-  }
-  std::vector<VehicleView> views;
-  views.reserve(said.size());
-  for (const Tracker::VehicleReport& report : said) {
-    const auto seen = _seen.find(report.vehicle);
-    const auto forecast = report.trip ? with_vehicle.find(*report.trip) : with_vehicle.end();
-    views.push_back(view_of(report, seen == _seen.end() ? nullptr : &seen->second.report,
-                            forecast == with_vehicle.end() ? nullptr : forecast->second));
-  }
-  return views;
-}
-
-VehicleView LiveCity::view_of(const Tracker::VehicleReport& report, const VehiclePosition* seen,
-                              const TripForecast* shown) const {
-  VehicleView view;
-  view.vehicle = report.vehicle;
-  view.status = report.status;
-  view.since = report.since;
-  view.last_report = report.last_report;
-  view.trip = report.trip;
-  if (seen != nullptr) {
-    view.last_received = seen->received;
-    view.place = seen->place;
-    view.bearing_deg = seen->bearing_deg;
-    view.speed_mps = seen->speed_mps;
-    view.reported_trip = seen->trip;
-    view.route = seen->route;
-  }
-  if (!report.trip) return view;
-  view.confidence = report.confidence;
-  const TripPlan* const plan = _network->find_trip(report.trip->trip, report.trip->start);
-  if (plan != nullptr) view.route = _network->pattern(plan->pattern).route;
-  if (shown == nullptr) return view;
-  view.offset_m = shown->offset_m;
-  if (plan != nullptr) view.lateness = lateness_of(*shown, *plan, *_network);
-  return view;
+  const auto last_of = [this](const VehicleId& vehicle) {
+    const auto seen = _seen.find(vehicle);
+    return seen == _seen.end() ? nullptr : &seen->second.report;
+  };
+  return vehicle_views(said, last_of, shown, *_network);
 }
 
 /// The generation that the trip has its vehicle on; the present one if it has none.

@@ -53,10 +53,11 @@ class LogTest : public ::testing::Test {
     LibraryPattern pattern;
     pattern.ref = PatternRef("p");
     pattern.grid.places_m = pattern.grid.milestones_m = {0, 1000};
-    library.open(pattern);
-    library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 100});
-    library.report(pattern.ref, "v", 0, 800, 1000, 10);
-    library.report(pattern.ref, "v", 0, 300, 1010, 10);
+    const OpenPattern opened = library.open(pattern);
+    library.add_trajectory(opened, 0, std::vector<int>{0, 100});
+    std::optional<LibraryForecast> answer;
+    library.report(opened, {"v", "v"}, 0, {800, 1000, 10}, answer);
+    library.report(opened, {"v", "v"}, 0, {300, 1010, 10}, answer);
   }
 
   static void say(const char* identifier) { RQLogger::InfoMessage("A::b", identifier); }

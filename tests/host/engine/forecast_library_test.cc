@@ -38,6 +38,17 @@ class ForecastLibraryTest : public ::testing::Test {
     return "";
   }
 
+  /// What the library answers to a report of the vehicle, from where it may be by 5 m.
+  static std::optional<LibraryForecast> report(ForecastLibrary& library, const OpenPattern& opened,
+                                               const std::string& key, Category category,
+                                               double offset_m, long long time_s) {
+    std::optional<LibraryForecast> answer;
+    const bool is_answered =
+        library.report(opened, {key, "bus " + key}, category, {offset_m, time_s, 5.0}, answer);
+    EXPECT_EQ(answer.has_value(), is_answered);
+    return answer;
+  }
+
   LibraryPattern pattern;
 };
 
@@ -71,11 +82,11 @@ TEST_F(ForecastLibraryTest, ChecksTheStopsOfItsMode) {
 
 TEST_F(ForecastLibraryTest, ATrajectoryThatIsRejectedIsCountedWithItsText) {
   ForecastLibrary library(ForecastMode::arrival);
-  library.open(pattern);
-  EXPECT_TRUE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 12, 20}));
-  EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 9, 20}));
-  EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 8, 20}));
-  EXPECT_FALSE(library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10}));
+  const OpenPattern opened = library.open(pattern);
+  EXPECT_TRUE(library.add_trajectory(opened, 0, std::vector<int>{0, 10, 12, 20}));
+  EXPECT_FALSE(library.add_trajectory(opened, 0, std::vector<int>{0, 10, 9, 20}));
+  EXPECT_FALSE(library.add_trajectory(opened, 0, std::vector<int>{0, 10, 8, 20}));
+  EXPECT_FALSE(library.add_trajectory(opened, 0, std::vector<int>{0, 10}));
   EXPECT_EQ(library.rejected_trajectories().total(), 3U);
   for (const auto& [text, entry] : library.rejected_trajectories().entries()) {
     EXPECT_FALSE(text.empty());
@@ -86,28 +97,28 @@ TEST_F(ForecastLibraryTest, ATrajectoryThatIsRejectedIsCountedWithItsText) {
 
 TEST_F(ForecastLibraryTest, AReportThatIsRejectedIsCountedWithItsTextAndTheNextIsForecast) {
   ForecastLibrary library(ForecastMode::arrival);
-  library.open(pattern);
-  library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 12, 20});
-  EXPECT_TRUE(library.report(pattern.ref, "v", 0, 150, 1015, 5));
-  EXPECT_FALSE(library.report(pattern.ref, "v", 0, 50, 1020, 5)) << "goes back";
-  EXPECT_FALSE(library.report(pattern.ref, "v", 0, 60, 1021, 5)) << "goes back";
-  EXPECT_FALSE(library.report(pattern.ref, "w", 0, 500, 1020, 5)) << "beyond the end";
+  const OpenPattern opened = library.open(pattern);
+  library.add_trajectory(opened, 0, std::vector<int>{0, 10, 12, 20});
+  EXPECT_TRUE(report(library, opened, "v", 0, 150, 1015));
+  EXPECT_FALSE(report(library, opened, "v", 0, 50, 1020)) << "goes back";
+  EXPECT_FALSE(report(library, opened, "v", 0, 60, 1021)) << "goes back";
+  EXPECT_FALSE(report(library, opened, "w", 0, 500, 1020)) << "beyond the end";
   EXPECT_EQ(library.rejected_reports().total(), 3U);
   EXPECT_EQ(library.rejected_reports().count("report not used by the library"), 1U);
   ASSERT_EQ(library.rejected_reports().entries().size(), 2U);
   for (const auto& [text, entry] : library.rejected_reports().entries()) {
     EXPECT_EQ(entry.first,
-              entry.count == 2 ? "v at 50.000000 m, 1020 s" : "w at 500.000000 m, 1020 s");
+              entry.count == 2 ? "bus v at 50.000000 m, 1020 s" : "bus w at 500.000000 m, 1020 s");
   }
-  const auto next = library.report(pattern.ref, "v", 0, 180, 1019, 5);
+  const auto next = report(library, opened, "v", 0, 180, 1019);
   ASSERT_TRUE(next);
   EXPECT_EQ(next->rows.back().time_s, 1021);
 }
 
 TEST_F(ForecastLibraryTest, ACategoryWithoutTripsGivesNoForecast) {
   ForecastLibrary library(ForecastMode::arrival);
-  library.open(pattern);
-  EXPECT_FALSE(library.report(pattern.ref, "v", 3, 0, 1000, 5));
+  const OpenPattern opened = library.open(pattern);
+  EXPECT_FALSE(report(library, opened, "v", 3, 0, 1000));
   EXPECT_TRUE(library.rejected_reports().empty());
 }
 
@@ -115,9 +126,9 @@ TEST_F(ForecastLibraryTest, GivesPlacesInArrivalModeAndLegsInTravelMode) {
   for (const ForecastMode mode : {ForecastMode::arrival, ForecastMode::travel}) {
     ForecastLibrary library(mode);
     EXPECT_EQ(library.mode(), mode);
-    library.open(pattern);
-    library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 15, 30});
-    const auto forecast = library.report(pattern.ref, "v", 0, 101, 1000, 5);
+    const OpenPattern opened = library.open(pattern);
+    library.add_trajectory(opened, 0, std::vector<int>{0, 10, 15, 30});
+    const auto forecast = report(library, opened, "v", 0, 101, 1000);
     ASSERT_TRUE(forecast);
     if (mode == ForecastMode::arrival) {
       ASSERT_EQ(forecast->rows.size(), 4U);
@@ -133,11 +144,11 @@ TEST_F(ForecastLibraryTest, GivesPlacesInArrivalModeAndLegsInTravelMode) {
 
 TEST_F(ForecastLibraryTest, AReleasedVehicleStartsAnew) {
   ForecastLibrary library(ForecastMode::arrival);
-  library.open(pattern);
-  library.add_trajectory(pattern.ref, 0, std::vector<int>{0, 10, 12, 20});
-  ASSERT_TRUE(library.report(pattern.ref, "v", 0, 150, 1000, 5));
-  library.release("v", 1000);
-  const auto anew = library.report(pattern.ref, "v", 0, 0, 2000, 5);
+  const OpenPattern opened = library.open(pattern);
+  library.add_trajectory(opened, 0, std::vector<int>{0, 10, 12, 20});
+  ASSERT_TRUE(report(library, opened, "v", 0, 150, 1000));
+  library.release({"v", "bus v"}, 1000);
+  const auto anew = report(library, opened, "v", 0, 0, 2000);
   ASSERT_TRUE(anew);
   EXPECT_EQ(anew->rows.back().time_s, 2020);
 }
