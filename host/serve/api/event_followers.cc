@@ -1,11 +1,25 @@
 #include "serve/api/event_followers.h"
 
+#include <string_view>
 #include <utility>
 
 #include "serve/api/event_json.h"
 #include "serve/api/topic_changes.h"
 
 namespace qiv {
+namespace {
+
+/// The members without the times at which forecasts were made: with them alone nothing is news.
+std::string news_in(std::string members) {
+  constexpr std::string_view name = "\"made\":";
+  for (std::size_t at = members.find(name); at != std::string::npos; at = members.find(name, at)) {
+    const std::size_t end = members.find_first_of(",}", at);
+    members.erase(at, end == std::string::npos ? end : end - at);
+  }
+  return members;
+}
+
+}  // namespace
 
 void EventFollowers::welcome(const std::vector<EventTopic>& topics,
                              const std::shared_ptr<EventStream>& stream, const Outputs& now) {
@@ -16,7 +30,7 @@ void EventFollowers::welcome(const std::vector<EventTopic>& topics,
     if (!stream->push(event)) return;
     Followers& followers = _followers[topic];
     if (topic.kind != EventTopic::Kind::all_vehicles) {
-      followers.content = std::move(content.members);
+      followers.news = news_in(std::move(content.members));
     }
     followers.streams.push_back(stream);
   }
@@ -33,12 +47,13 @@ std::size_t EventFollowers::tell(const Outputs& before, const Outputs& now) {
                                  ? vehicle_moves(before.snapshot(), now.snapshot())
                                  : event_content(topic, now);
       if (!content.members.empty()) ++written;
-      if (!content.members.empty() && content.members != followers.content) {
+      std::string news = news_in(content.members);
+      if (!news.empty() && news != followers.news) {
         const auto event = std::make_shared<const std::string>(event_text(content, now.snapshot()));
         std::erase_if(followers.streams, [&](const auto& stream) { return !stream->push(event); });
         // Moves are told each time, even if they are those that were told before.
         if (topic.kind != EventTopic::Kind::all_vehicles) {
-          followers.content = std::move(content.members);
+          followers.news = std::move(news);
         }
       }
     }

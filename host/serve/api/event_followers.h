@@ -28,7 +28,7 @@ class EventFollowers {
 
  private:
   struct Followers {
-    std::string content;  ///< as last told
+    std::string news;  ///< as last told
     std::vector<std::shared_ptr<EventStream>> streams;
   };
 

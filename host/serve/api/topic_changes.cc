@@ -21,9 +21,12 @@ bool is_head_same(const TripForecast& a, const TripForecast& b) {
          a.trips == b.trips && a.confidence == b.confidence && a.legs.empty() == b.legs.empty();
 }
 
+/// Whether both say the same, be it at two moments. A trip without a vehicle was seen whenever it
+/// was forecast.
 bool is_same(const TripForecast& a, const TripForecast& b) {
-  return is_head_same(a, b) && a.made == b.made && a.position_time == b.position_time &&
-         a.offset_m == b.offset_m && a.category == b.category && are_stops_same(a, b);
+  const bool is_seen_at_once = a.vehicle.empty() || a.position_time == b.position_time;
+  return is_head_same(a, b) && is_seen_at_once && a.offset_m == b.offset_m &&
+         a.category == b.category && are_stops_same(a, b);
 }
 
 bool is_same_call(const StopForecast& a, const StopForecast& b) {
@@ -41,8 +44,8 @@ std::size_t first_changed_call(const TripForecast& before, const TripForecast& n
 /// Notes the stops whose boards a change of trips touches.
 class StopMarker {
  public:
-  StopMarker(const Snapshot& before, const Snapshot& now)
-      : _before(before.now), _now(now.now), _stops(now.network->stops().size(), false) {}
+  StopMarker(const Outputs& before, const Outputs& now)
+      : _before(before), _now(now), _stops(now.index().network().stops().size(), false) {}
 
   void mark_all(const TripForecast& trip) {
     for (const StopForecast& stop : trip.stops) {
@@ -55,7 +58,8 @@ class StopMarker {
     const bool has_same_calls =
         is_shared || std::equal(before.stops.begin(), before.stops.end(), now.stops.begin(),
                                 now.stops.end(), is_same_call);
-    if (!has_same_calls || !is_head_same(before, now)) {
+    const bool is_as_sure = _before.trip_confidence(before) == _now.trip_confidence(now);
+    if (!has_same_calls || !is_as_sure || !is_head_same(before, now)) {
       mark_all(before);
       mark_all(now);
       return;
@@ -64,8 +68,8 @@ class StopMarker {
     if (is_shared && now.state != TripState::canceled) return;
     const std::size_t first_changed = first_changed_call(before, now);
     for (std::size_t i = 0; i < now.stops.size(); ++i) {
-      const bool was_on = is_on_board(before, i, _before);
-      const bool is_on = is_on_board(now, i, _now);
+      const bool was_on = is_on_board(before, i, _before.snapshot().now);
+      const bool is_on = is_on_board(now, i, _now.snapshot().now);
       if (was_on != is_on || (is_on && i >= first_changed)) mark(now.stops[i]);
     }
   }
@@ -77,8 +81,8 @@ class StopMarker {
     if (stop.stop < _stops.size()) _stops[stop.stop] = true;
   }
 
-  Instant _before;
-  Instant _now;
+  const Outputs& _before;
+  const Outputs& _now;
   std::vector<bool> _stops;
 };
 
@@ -105,7 +109,7 @@ bool TopicChanges::is_trip_same(const TripKey& key) const {
   const TripForecast* const before = _before.find_trip(key);
   const TripForecast* const now = _now.find_trip(key);
   if (before == nullptr || now == nullptr) return before == now;
-  return is_same(*before, *now);
+  return is_same(*before, *now) && _before.trip_confidence(*before) == _now.trip_confidence(*now);
 }
 
 bool TopicChanges::is_vehicle_same(const VehicleId& id) const {
@@ -121,7 +125,7 @@ bool TopicChanges::may_touch_stop(const StopId& id) const {
 }
 
 std::vector<bool> TopicChanges::changed_stops() const {
-  StopMarker stops(_before.snapshot(), _now.snapshot());
+  StopMarker stops(_before, _now);
   const auto& before = _before.snapshot().trips;
   auto old = before.begin();
   for (const TripForecast& trip : _now.snapshot().trips) {

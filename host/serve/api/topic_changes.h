@@ -16,7 +16,8 @@ class TopicChanges {
   /// Both must outlive this. Precondition: both have a network.
   TopicChanges(const Outputs& before, const Outputs& now) : _before(before), _now(now) {}
 
-  /// False only where `event_content` is the same for both. Not for all vehicles, of which
+  /// False only where `event_content` is the same for both but for the time at which a forecast was
+  /// made, which moves on with every snapshot. Not for all vehicles, of which
   /// `vehicle_moves` tells what has changed.
   bool may_touch(const EventTopic& topic) const;
 

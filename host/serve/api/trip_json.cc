@@ -9,7 +9,8 @@ namespace qiv {
 namespace {
 
 /// The members that a trip has wherever it is shown.
-void write_identity(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index) {
+void write_identity(JsonWriter& json, const PublishedTrip& trip, const Outputs& outputs) {
+  const NetworkIndex& index = outputs.index();
   const TripForecast& forecast = trip.forecast;
   const TripKey& key = forecast.trip;
   const PatternIndex pattern = trip.schedule.pattern();
@@ -28,6 +29,9 @@ void write_identity(JsonWriter& json, const PublishedTrip& trip, const NetworkIn
   json.member_or_null("headsign", headsign.empty() ? index.headsign(pattern) : headsign);
   json.member("pattern", index.network().pattern(pattern).ref);
   json.member_or_null("vehicle_id", forecast.vehicle.text());
+  const auto confidence = outputs.trip_confidence(forecast);
+  json.member("trip_confidence",
+              confidence ? std::optional(Decimal{*confidence, 2}) : std::nullopt);
   json.member("state", to_string(forecast.state));
   json.member("basis", to_string(forecast.basis));
   json.member("earlier_trips", forecast.trips);
@@ -68,16 +72,15 @@ void write_stop_names(JsonWriter& json, const StopForecast& stop, const Stop& pl
   json.member_or_null("stop_name", place.name);
 }
 
-void write_summary_members(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index) {
+void write_summary_members(JsonWriter& json, const PublishedTrip& trip, const Outputs& outputs) {
   const TripForecast& forecast = trip.forecast;
-  write_identity(json, trip, index);
+  write_identity(json, trip, outputs);
   json.member("made", forecast.made);
-  json.member("position_time", forecast.position_time > Instant()
-                                   ? std::optional(forecast.position_time)
-                                   : std::nullopt);
+  const bool is_seen = !forecast.vehicle.empty() && forecast.position_time > Instant();
+  json.member("position_time", is_seen ? std::optional(forecast.position_time) : std::nullopt);
   json.member("offset_m", Decimal{forecast.offset_m, 1});
   json.key("next_stop");
-  write_next_stop(json, trip, index);
+  write_next_stop(json, trip, outputs.index());
 }
 
 void write_trip_stop(JsonWriter& json, const PublishedTrip& trip, std::size_t i,
@@ -106,9 +109,9 @@ std::size_t first_to_come(const PublishedTrip& trip) {
 }
 
 void write_arrival(JsonWriter& json, const PublishedTrip& trip, std::size_t i,
-                   const NetworkIndex& index) {
+                   const Outputs& outputs) {
   json.begin_object();
-  write_identity(json, trip, index);
+  write_identity(json, trip, outputs);
   json.member("stop_sequence", trip.stops[i].stop_sequence);
   json.member("stops_before", i - std::min(i, first_to_come(trip)));
   json.member("first_stop", i == 0);
@@ -137,15 +140,15 @@ void write_next_stop(JsonWriter& json, const PublishedTrip& trip, const NetworkI
   json.end_object();
 }
 
-void write_trip_summary(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index) {
+void write_trip_summary(JsonWriter& json, const PublishedTrip& trip, const Outputs& outputs) {
   json.begin_object();
-  write_summary_members(json, trip, index);
+  write_summary_members(json, trip, outputs);
   json.end_object();
 }
 
-void write_trip(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index) {
+void write_trip(JsonWriter& json, const PublishedTrip& trip, const Outputs& outputs) {
   json.begin_object();
-  write_summary_members(json, trip, index);
+  write_summary_members(json, trip, outputs);
   json.member("category", trip.forecast.category);
   json.member_or_null("category_text",
                       trip.forecast.category < 0
@@ -153,7 +156,8 @@ void write_trip(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex&
                           : describe(static_cast<Category>(trip.forecast.category)));
   json.key("stops");
   json.begin_array();
-  for (std::size_t i = 0; i < trip.stops.size(); ++i) write_trip_stop(json, trip, i, index);
+  for (std::size_t i = 0; i < trip.stops.size(); ++i)
+    write_trip_stop(json, trip, i, outputs.index());
   json.end_array();
   json.end_object();
 }
@@ -173,7 +177,7 @@ void write_arrivals(JsonWriter& json, const Outputs& outputs, std::uint32_t stop
     if (!trip) continue;
     const RouteId& route = index.network().pattern(trip->schedule.pattern()).route;
     if (!filter.route.empty() && route != filter.route) continue;
-    write_arrival(json, *trip, visit.call, index);
+    write_arrival(json, *trip, visit.call, outputs);
     ++written;
   }
   json.end_array();

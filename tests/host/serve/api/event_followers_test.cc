@@ -5,6 +5,7 @@
 #include <array>
 #include <map>
 #include <random>
+#include <regex>
 #include <utility>
 
 #include "host/serve/api/sample_snapshot.h"
@@ -45,7 +46,7 @@ std::string all_of(EventStream& stream) {
   }
 }
 
-/// Writes every topic each time and tells it when it differs.
+/// Writes every topic each time and tells it when it differs in more than the time of its making.
 class PlainFollower {
  public:
   std::string tell(const OutputsPtr& now) {
@@ -54,8 +55,9 @@ class PlainFollower {
       const bool is_moves = topic.kind == Kind::all_vehicles && _before != nullptr;
       const EventContent content = is_moves ? vehicle_moves(_before->snapshot(), now->snapshot())
                                             : event_content(topic, *now);
-      if (content.members.empty() || (!is_moves && content.members == _told[topic])) continue;
-      _told[topic] = content.members;
+      const std::string news = std::regex_replace(content.members, made, "");
+      if (news.empty() || (!is_moves && news == _told[topic])) continue;
+      _told[topic] = news;
       told += event_text(content, now->snapshot());
     }
     _before = now;
@@ -63,6 +65,7 @@ class PlainFollower {
   }
 
  private:
+  const std::regex made{R"("made":\d+)"};
   OutputsPtr _before;
   std::map<EventTopic, std::string> _told;
 };

@@ -78,9 +78,24 @@ TEST(TopicChanges, TheHeadOfATripTouchesAllOfItsStops) {
               ElementsAre("A", "B", "C", "D", "E", "later@20250303"));
 }
 
+TEST(TopicChanges, HowSureATripIsTouchesAllOfItsStops) {
+  EXPECT_THAT(touched_by([](Snapshot& now) { now.vehicles[0].confidence = 0.9; }),
+              ElementsAre("C", "D", "E", "out@20250303", "v1"));
+}
+
 TEST(TopicChanges, WhatBoardsDoNotShowTouchesTheTripAlone) {
-  EXPECT_THAT(touched_by([](Snapshot& now) { now.trips[1].made += Seconds(1); }),
+  EXPECT_THAT(touched_by([](Snapshot& now) { now.trips[1].position_time += Seconds(1); }),
               ElementsAre("out@20250303", "v1"));
+}
+
+TEST(TopicChanges, AForecastThatIsMadeAgainAndSaysTheSameTouchesNothing) {
+  EXPECT_THAT(touched_by([](Snapshot& now) { now.trips[1].made += Seconds(1); }), ElementsAre());
+  Snapshot before = sample_snapshot();
+  before.trips[0].vehicle = VehicleId();
+  Snapshot now = before;
+  now.trips[0].made += Seconds(1);
+  now.trips[0].position_time += Seconds(1);
+  EXPECT_THAT(touched(before, now), ElementsAre()) << "no vehicle was seen";
 }
 
 TEST(TopicChanges, TripsAndVehiclesComeAndGo) {
