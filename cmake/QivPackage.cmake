@@ -62,6 +62,22 @@ if(QIV_BUILD_HOST)
     FILES ${PROJECT_SOURCE_DIR}/docs/operations.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR}
     COMPONENT service)
+  if(QIV_WITH_KAFKA)
+    set(stream ${PROJECT_SOURCE_DIR}/packaging/stream)
+    install(
+      FILES ${stream}/qiv-bridge@.service ${stream}/qiv-worker@.service
+            ${stream}/qiv-gateway@.service
+      DESTINATION lib/systemd/system
+      COMPONENT service)
+    install(
+      FILES ${PROJECT_SOURCE_DIR}/docs/stream.md
+      DESTINATION ${CMAKE_INSTALL_DOCDIR}
+      COMPONENT service)
+    install(
+      FILES ${stream}/compose.yaml
+      DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
+      COMPONENT service)
+  endif()
 endif()
 
 if(NOT PROJECT_IS_TOP_LEVEL)
@@ -126,6 +142,8 @@ set(CPACK_DEBIAN_SERVICE_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS
     "${runtime_package} (= ${PROJECT_VERSION}), adduser, ca-certificates, tzdata")
+# The guide makes its backup with it.
+set(CPACK_DEBIAN_SERVICE_PACKAGE_RECOMMENDS sqlite3)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/postinst
                                                ${PROJECT_SOURCE_DIR}/packaging/debian/prerm)
 set(CPACK_DEBIAN_SERVICE_DESCRIPTION "arrival forecasts with bounds - the live service

@@ -11,6 +11,7 @@
 #include "worker/forecast_codec.h"
 #include "worker/position_codec.h"
 #include "worker/reference_codec.h"
+#include "worker/vehicle_codec.h"
 
 namespace {
 
@@ -54,6 +55,10 @@ void check_finished(const qiv::StreamMessage& message) {
   const auto* const trip = read(decoded);
   if (trip == nullptr) return;
   fuzz::check(!trip->run.progress.empty(), "a finished trip has progress");
+  check_round([&] { return qiv::encode_finished(*trip); },
+              [&](const qiv::StreamMessage& written) {
+                return qiv::encode_finished(std::get<0>(qiv::decode_finished(written)));
+              });
 }
 
 void check_forecast(const qiv::StreamMessage& message) {
@@ -68,6 +73,23 @@ void check_forecast(const qiv::StreamMessage& message) {
   fuzz::check(forecast->forecast.stops.empty() ||
                   forecast->forecast.stops.size() == network.pattern(*pattern).stops.size(),
               "the stops are the pattern's");
+  check_round([&] { return qiv::encode_forecast(*forecast, network); },
+              [&](const qiv::StreamMessage& written) {
+                const auto back = qiv::decode_forecast(written, network);
+                return qiv::encode_forecast(std::get<qiv::VehicleForecast>(std::get<0>(back)),
+                                            network);
+              });
+}
+
+void check_vehicle(const qiv::StreamMessage& message) {
+  const auto decoded = qiv::decode_vehicle(message);
+  const auto* const state = read(decoded);
+  if (state == nullptr) return;
+  fuzz::check(qiv::is_stream_time(state->said.last_report), "a vehicle reports in our days");
+  check_round([&] { return qiv::encode_vehicle(*state); },
+              [&](const qiv::StreamMessage& written) {
+                return qiv::encode_vehicle(std::get<0>(qiv::decode_vehicle(written)));
+              });
 }
 
 void check_reference(const qiv::StreamMessage& message) {
@@ -90,6 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check_position(message);
   check_finished(message);
   check_forecast(message);
+  check_vehicle(message);
   check_reference(message);
   return 0;
 }

@@ -22,4 +22,16 @@ std::unique_ptr<Source> make_source(const SourceOptions& options, const TakeRepo
   return std::visit(Make{tell}, options);
 }
 
+bool gives_positions(const SourceOptions& options) {
+  return std::visit(
+      [](const auto& o) {
+        if constexpr (requires { o.content; }) {
+          return o.content == FeedContent::positions;
+        } else {
+          return true;
+        }
+      },
+      options);
+}
+
 }  // namespace qiv

@@ -8,9 +8,12 @@
 #include "app/commands.h"
 #include "app/end_signals.h"
 #include "app/exit_code.h"
+#include "app/log.h"
 #include "app/make_source.h"
 #include "app/serve_config.h"
 #include "app/stream_bridge.h"
+#include "app/stream_worker.h"
+#include "worker/kafka/wait_for_brokers.h"
 #include "worker/position_writer.h"
 
 namespace qiv {
@@ -50,7 +53,7 @@ void write_live(const ServeConfig& config, PositionWriter& writer, kafka::Produc
   Waiting waiting;
   std::vector<std::unique_ptr<Source>> sources;
   for (const SourceOptions& options : config.sources) {
-    sources.push_back(make_source(options, [](AgencyReport) {}));
+    if (gives_positions(options)) sources.push_back(make_source(options, {}));
   }
   std::vector<std::jthread> threads;
   for (const auto& source : sources) {
@@ -116,6 +119,9 @@ void run_bridge(const BridgeArguments& arguments) {
   if (!arguments.day.empty() && positions.empty()) {
     throw CommandError(ExitCode::no_data, "no positions recorded on " + arguments.day);
   }
+  const Log log(stream_log(city.config(), city.folder()));
+  const auto report = [&log](const std::string& text) { log.write(LogLevel::warning, text); };
+  if (!kafka::wait_for_brokers(stream.properties, signals.stop(), report)) return;
   kafka::make_topics(stream.properties, topic_plans(stream));
   kafka::Producer producer(stream.properties);
   const std::string done = write_reference(city, stream, producer, wall_clock());

@@ -18,7 +18,8 @@ void run_init(const InitArguments& arguments) {
     std::cout << "not used: " << entry.count << " × " << reason << ", first " << entry.first
               << "\n";
   }
-  std::cout << "Next: qiv record " << arguments.city << " FILE...\n";
+  std::cout << "Next: qiv record " << arguments.city << " FILE..., or name a [[source]] in "
+            << arguments.city << "/city.toml and qiv serve " << arguments.city << "\n";
 }
 
 }  // namespace qiv

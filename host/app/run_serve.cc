@@ -1,9 +1,11 @@
-#include <future>
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <thread>
 
 #include "app/city.h"
+#include "app/coming_why.h"
 #include "app/commands.h"
 #include "app/end_signals.h"
 #include "app/exit_code.h"
@@ -16,29 +18,24 @@
 #include "serve/api/api_server.h"
 #include "serve/archive_history.h"
 #include "serve/live_service.h"
+#include "serve/sources/recorded_reports.h"
 #include "serve/web/page_files.h"
 
 namespace qiv {
 namespace {
 
-using namespace std::chrono_literals;
-
 /// Asks the engine's thread why a forecast is as it is, and waits for the answer.
 AskWhy ask_why(LiveService*& service) {
   return [&service](const TripKey& trip) {
-    auto answer = std::make_shared<std::promise<Why>>();
-    service->post([answer, trip](LiveCity& city, Instant) {
-      try {
+    auto coming = std::make_shared<ComingWhy>();
+    service->post([coming, trip](LiveCity& city, Instant) {
+      coming->answer([&] {
         Why why{city.explain_trip(trip), ""};
         if (!why.explanation) why.reason = "no vehicle is under way on this trip";
-        answer->set_value(std::move(why));
-      } catch (...) {
-        answer->set_exception(std::current_exception());
-      }
+        return why;
+      });
     });
-    auto coming = answer->get_future();
-    if (coming.wait_for(2s) == std::future_status::ready) return coming.get();
-    return Why{std::nullopt, "the service is busy: ask again"};
+    return coming->wait();
   };
 }
 
@@ -129,6 +126,28 @@ void keep_patterns(Archive& archive, const Network& network, Log& log) {
   }
 }
 
+/// What the agency's own feeds said that day, where the configuration names folders of them.
+std::vector<AgencyReport> recorded_agency(const ServeConfig& config, Instant from, Instant until) {
+  std::vector<AgencyReport> all;
+  for (const SourceOptions& source : config.sources) {
+    const auto* const folder = std::get_if<FolderSourceOptions>(&source);
+    if (folder == nullptr || folder->content == FeedContent::positions) continue;
+    RecordedReports recorded = read_recorded_reports(*folder, from, until);
+    std::cout << folder->name << ": " << recorded.reports.size() << " snapshots of "
+              << to_string(folder->content) << " in " << folder->folder.string();
+    for (const auto& [reason, entry] : recorded.not_used.entries()) {
+      std::cout << "; not used: " << reason << " (" << entry.count << ", first: " << entry.first
+                << ")";
+    }
+    std::cout << std::endl;
+    std::move(recorded.reports.begin(), recorded.reports.end(), std::back_inserter(all));
+  }
+  std::stable_sort(all.begin(), all.end(), [](const AgencyReport& a, const AgencyReport& b) {
+    return a.received < b.received;
+  });
+  return all;
+}
+
 void serve_recorded(Serving& serving, const ServeArguments& arguments) {
   City& city = serving.city;
   const ServiceDate day = parse_day(arguments.day, "--day");
@@ -161,7 +180,10 @@ void serve_recorded(Serving& serving, const ServeArguments& arguments) {
   serving.service = &service;
   server = open_server(serving.api_options(), serving.config.port_is_stated);
   serving.announce(*server);
-  service.run_recorded(serving.signals.stop(), positions, pace);
+  const std::vector<AgencyReport> agency =
+      recorded_agency(serving.config, positions.front().received - std::chrono::hours(1),
+                      positions.back().received);
+  service.run_recorded(serving.signals.stop(), positions, pace, agency);
   if (!arguments.until_end) service.stand_still(serving.signals.stop());
   server->stop();
 }

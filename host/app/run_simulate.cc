@@ -1,6 +1,8 @@
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <mutex>
 
 #include "app/commands.h"
@@ -89,10 +91,26 @@ class FleetFeed {
   BlobPtr _message;
 };
 
+/// Serves the timetable too, where it is one file.
+bool add_timetable(const std::string& gtfs, Router& router) {
+  if (!std::filesystem::is_regular_file(gtfs)) return false;
+  std::ifstream file(gtfs, std::ios::binary);
+  const BlobPtr timetable =
+      make_blob({std::istreambuf_iterator<char>(file), {}}, "application/zip", wall_clock());
+  router.get("/gtfs.zip", [timetable](const Request&) {
+    Answer answer;
+    answer.body = timetable;
+    return answer;
+  });
+  return true;
+}
+
 void announce(const SimulateArguments& arguments, std::size_t on_road, Instant begin,
-              const HttpServer& server) {
+              const HttpServer& server, bool has_timetable) {
   std::cout << on_road << " vehicles on the road at " << format_utc(begin) << ", positions at "
-            << server.url() << "/vehicle-positions" << std::endl;
+            << server.url() << "/vehicle-positions";
+  if (has_timetable) std::cout << ", timetable at " << server.url() << "/gtfs.zip";
+  std::cout << std::endl;
   if (arguments.fleet.vehicles > on_road) {
     std::cout << "The timetable has no trips for more; for a larger town:\n"
               << "  qiv simulate --write-gtfs town.zip --vehicles " << arguments.fleet.vehicles
@@ -122,11 +140,12 @@ void serve_fleet(const SimulateArguments& arguments) {
                  arguments.speed);
   Router router;
   router.get("/vehicle-positions", [&](const Request&) { return feed.answer(); });
+  const bool has_timetable = add_timetable(arguments.gtfs, router);
   ServerOptions server_options;
   server_options.address = arguments.address;
   server_options.port = static_cast<std::uint16_t>(arguments.port);
   HttpServer server(server_options, std::move(router));
-  announce(arguments, on_road, begin, server);
+  announce(arguments, on_road, begin, server, has_timetable);
   int signal = 0;
   sigwait(&signals, &signal);
   server.stop();

@@ -10,6 +10,7 @@
 #include "app/make_source.h"
 #include "app/stream_worker.h"
 #include "serve/http/server.h"
+#include "worker/kafka/wait_for_brokers.h"
 
 namespace qiv {
 namespace {
@@ -45,19 +46,15 @@ Router routes(const Worker& worker) {
 void run_worker(const WorkerArguments& arguments) {
   const EndSignals signals;
   const StreamCity city(arguments.city);
-  LogConfig log_config = city.config.log;
-  if (!log_config.file.empty()) {
-    log_config.file = std::filesystem::path(arguments.city) / log_config.file;
-  }
-  if (log_config.level > LogLevel::warning) log_config.level = LogLevel::warning;
-  const Log log(log_config);
+  const Log log(stream_log(city.config, arguments.city));
   WorkerOptions options =
       worker_options(city, arguments.name.empty() ? usual_name() : arguments.name);
   if (!arguments.histories_until.empty()) {
     options.histories_until =
         Instant(parse_day(arguments.histories_until, "--histories-until").days());
   }
-  options.report = [&log](const std::string& text) { log.write(LogLevel::warning, text); };
+  const auto report = [&log](const std::string& text) { log.write(LogLevel::warning, text); };
+  options.report = report;
   Worker worker(std::move(options));
   ServerOptions server_options;
   server_options.address = arguments.address;
@@ -65,7 +62,9 @@ void run_worker(const WorkerArguments& arguments) {
   HttpServer server(server_options, routes(worker));
   std::cout << "worker of " << city.config.name << ", metrics at " << server.url() << "/metrics"
             << std::endl;
-  worker.run(signals.stop());
+  if (kafka::wait_for_brokers(city.stream.properties, signals.stop(), report)) {
+    worker.run(signals.stop());
+  }
   server.stop();
 }
 

@@ -58,7 +58,8 @@ std::vector<kafka::TopicPlan> topic_plans(const StreamConfig& config) {
           {names.forecasts,
            config.partitions,
            {{"cleanup.policy", "compact,delete"},
-            {"retention.ms", retention_ms(config.keep_forecasts)}}},
+            {"retention.ms", retention_ms(config.keep_forecasts)},
+            {"min.compaction.lag.ms", std::to_string(config.window.count() * 1000)}}},
           {names.set_aside, 1, {{"cleanup.policy", "delete"}}}};
 }
 

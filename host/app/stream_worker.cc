@@ -12,7 +12,8 @@ namespace {
 std::filesystem::path config_file(const std::filesystem::path& folder) {
   const std::filesystem::path file = folder / "city.toml";
   if (exists(file)) return file;
-  throw CommandError(ExitCode::usage, file.string() + ": there is no such file: a worker needs it");
+  throw CommandError(ExitCode::usage,
+                     file.string() + ": there is no such file: make the city with 'qiv init'");
 }
 
 }  // namespace
@@ -21,6 +22,13 @@ StreamCity::StreamCity(const std::filesystem::path& folder)
     : config(read_city_config(config_file(folder))),
       stream(need_stream_config(config_file(folder), config.name)),
       topics(stream.topics) {}
+
+LogConfig stream_log(const CityConfig& config, const std::filesystem::path& folder) {
+  LogConfig log = config.log;
+  if (!log.file.empty()) log.file = folder / log.file;
+  if (log.level > LogLevel::warning) log.level = LogLevel::warning;
+  return log;
+}
 
 std::shared_ptr<const Network> network_of(const std::string& gtfs) {
   return std::make_shared<const Network>(
@@ -60,6 +68,8 @@ std::string worker_metrics_text(const WorkerCounts& counts, Instant now) {
         counts.trips_finished);
   count("qiv_worker_trips_learned_total", "Trips of all workers that joined the histories.",
         counts.trips_learned);
+  text.single("qiv_worker_history_trips", "gauge", "Trips that the histories hold.",
+              static_cast<double>(counts.histories));
   count("qiv_worker_set_aside_total", "Messages that could not be used.", counts.set_aside);
   count("qiv_worker_transactions_total", "Transactions that ended.", counts.transactions);
   count("qiv_worker_transactions_aborted_total", "Transactions that were given up.",
@@ -67,6 +77,11 @@ std::string worker_metrics_text(const WorkerCounts& counts, Instant now) {
   count("qiv_worker_recoveries_total", "Partitions that were taken up.", counts.recoveries);
   text.single("qiv_worker_last_recovery_seconds", "gauge",
               "How long the last recovery of a partition took.", counts.last_recovery_s);
+  text.family("qiv_worker_network", "gauge", "The timetable in force.");
+  text.sample(1.0, {{"version", counts.network_version}});
+  text.single("qiv_worker_partitions_on_former_version", "gauge",
+              "Partitions that are not yet on the timetable and the settings in force.",
+              static_cast<double>(counts.on_former_basis));
   using Partition = WorkerCounts::Partition;
   const auto each = [&](const char* name, const char* help, const auto& value_of) {
     text.family(name, "gauge", help);

@@ -22,6 +22,9 @@ struct StreamCity {
   Topics topics;
 };
 
+/// Where a program of the stream logs, and that warnings are logged too.
+LogConfig stream_log(const CityConfig& config, const std::filesystem::path& folder);
+
 /// A network of the bytes of a GTFS zip file. Throws `std::runtime_error`.
 std::shared_ptr<const Network> network_of(const std::string& gtfs);
 

@@ -111,9 +111,7 @@ class LiveCity {
   bool take_on_old(const VehiclePosition& position);
   std::vector<TripForecast> displayed(Instant now);
   void add_retiring(std::vector<Tracker::VehicleReport>& said) const;
-  std::vector<VehicleView> vehicle_views(const std::vector<TripForecast>& shown, Instant now);
-  VehicleView view_of(const Tracker::VehicleReport& report, const VehiclePosition* seen,
-                      const TripForecast* shown) const;
+  std::vector<VehicleView> views_of(const std::vector<TripForecast>& shown, Instant now);
 
   Archive& _archive;
   HistoryFactory _histories;

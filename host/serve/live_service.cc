@@ -38,7 +38,7 @@ LiveService::LiveService(LiveCity& city, std::vector<std::unique_ptr<Source>> so
       _sources(std::move(sources)),
       _publish(std::move(publish)),
       _options(std::move(options)),
-      _scores(_options.scores) {}
+      _overlay(_options.scores) {}
 
 LiveService::~LiveService() = default;
 
@@ -48,11 +48,6 @@ void LiveService::post(std::function<void(LiveCity&, Instant)> job) {
     _jobs.push_back(std::move(job));
   }
   _wake.notify_all();
-}
-
-void LiveService::tell(AgencyReport report) {
-  const std::lock_guard lock(_mutex);
-  _told.push_back(std::move(report));
 }
 
 void LiveService::set_not_ready(std::string reason) {
@@ -75,7 +70,7 @@ void LiveService::receive(std::vector<VehiclePosition>&& positions) {
 void LiveService::take(std::span<const VehiclePosition> positions) {
   for (const VehiclePosition& position : positions) {
     // The score of a recorded day is that of its evaluation, which takes all there is.
-    if (_recording || !_city.is_repeated(position)) _scores.take(position, _city.network());
+    if (_recording || !_city.is_repeated(position)) _overlay.take(position, _city.network());
   }
   for_each_second(positions, [this](auto together) { _city.take(together); });
 }
@@ -92,16 +87,12 @@ void LiveService::take_recorded(std::span<const VehiclePosition> positions) {
   take(positions);
 }
 
-void LiveService::take_told() {
-  std::vector<AgencyReport> told;
-  {
-    const std::lock_guard lock(_mutex);
-    told.swap(_told);
-  }
-  for (const AgencyReport& report : told) {
-    _scores.take(report, _city.network());
-    _statements.take(report);
-  }
+std::vector<VehiclePosition> LiveService::waiting() {
+  const std::lock_guard lock(_mutex);
+  std::vector<VehiclePosition> positions(std::make_move_iterator(_waiting.begin()),
+                                         std::make_move_iterator(_waiting.end()));
+  _waiting.clear();
+  return positions;
 }
 
 /// Does the jobs that were posted.
@@ -116,19 +107,12 @@ void LiveService::work_off(Instant now) {
 
 void LiveService::cycle(Instant now) {
   const auto began = Steady::now();
-  take_told();
   _city.advance(now);
   _city.store();
   auto snapshot = std::make_shared<Snapshot>(_city.show(now));
-  _statements.apply(*snapshot);
-  if (_scores.is_due(now)) {
-    _scores.sample(
-        now, snapshot->trips, [&](const TripKey& trip) { return _city.delay_s(trip); },
-        _city.network());
-  }
+  _overlay.apply(*snapshot, [&](const TripKey& trip) { return _city.delay_s(trip); });
   snapshot->city = _options.city;
   snapshot->version = _options.version;
-  snapshot->scores = _scores.scores();
   if (_recording) snapshot->sources.push_back(*_recording);
   for (const auto& source : _sources) snapshot->sources.push_back(source->view(now));
   {
@@ -176,16 +160,13 @@ void LiveService::run(std::stop_token stop, const Clock& clock) {
   }
   CyclePace pace(_options.cycle);
   while (!stop.stop_requested()) {
-    std::vector<VehiclePosition> positions;
-    {
-      const std::lock_guard lock(_mutex);
-      positions.assign(std::make_move_iterator(_waiting.begin()),
-                       std::make_move_iterator(_waiting.end()));
-      _waiting.clear();
-    }
-    pace.begin(Steady::now(), !positions.empty());
-    // A second that was shown is closed: what came in it later counts as received in the next.
     const Instant time = clock();
+    // A second that was shown is closed: what came in it later counts as received in the next, or
+    // waits when that one has been shown before its time.
+    const bool is_ahead = _last == time + Seconds(1);
+    std::vector<VehiclePosition> positions;
+    if (!is_ahead) positions = waiting();
+    pace.begin(Steady::now(), !positions.empty() || is_ahead);
     const Instant open = std::min(_last, time) + Seconds(1);
     _last = steadied(time, _last);
     for (VehiclePosition& position : positions) {
@@ -235,7 +216,7 @@ void LiveService::run_recorded(std::stop_token stop, const std::vector<VehiclePo
   take_recorded({position, positions.end()});
   _last = positions.back().received;
   _recording->health = SourceHealth::finished;
-  _scores.finish(_city.network());
+  _overlay.finish(_city.network());
   cycle(_last);
 }
 

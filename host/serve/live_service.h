@@ -12,10 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "serve/agency/agency_statements.h"
 #include "serve/cycle_pace.h"
 #include "serve/live_city.h"
-#include "serve/live_scores.h"
+#include "serve/live_overlay.h"
 #include "serve/source.h"
 
 namespace qiv {
@@ -65,7 +64,7 @@ class LiveService {
 
   /// Takes what one of the agency's own feeds says, for the next cycle. May be called by any
   /// thread.
-  void tell(AgencyReport report);
+  void tell(AgencyReport report) { _overlay.tell(std::move(report)); }
 
   /// Has `job` done by the engine's thread before its next cycle, for questions and changes that
   /// need the city. May be called by any thread.
@@ -74,31 +73,29 @@ class LiveService {
   /// Readiness, told with every snapshot; an empty text means ready. May be called by any thread.
   void set_not_ready(std::string reason);
 
-  const LiveScores& scores() const { return _scores; }
+  const LiveScores& scores() const { return _overlay.scores(); }
 
  private:
   void receive(std::vector<VehiclePosition>&& positions);
+  std::vector<VehiclePosition> waiting();
   void wait_for_cycle(std::stop_token stop, std::chrono::steady_clock::time_point until,
                       const Clock& clock);
   void wait_for_cycle(std::stop_token stop, const CyclePace& pace);
   void work_off(Instant now);
   void take(std::span<const VehiclePosition> positions);
   void take_recorded(std::span<const VehiclePosition> positions);
-  void take_told();
   void cycle(Instant now);
 
   LiveCity& _city;
   std::vector<std::unique_ptr<Source>> _sources;
   Publish _publish;
   ServiceOptions _options;
-  LiveScores _scores;
-  AgencyStatements _statements;
+  LiveOverlay _overlay;
   std::optional<SourceView> _recording;  ///< of the recorded day that is shown
 
   std::mutex _mutex;
   std::condition_variable_any _wake;
   std::deque<VehiclePosition> _waiting;
-  std::vector<AgencyReport> _told;
   std::deque<std::function<void(LiveCity&, Instant)>> _jobs;
   std::string _not_ready;
   std::uint64_t _given_up = 0;

@@ -1,9 +1,21 @@
 #include "worker/finished_codec.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "history/run_codec.h"
 #include "qiv-stream.pb.h"
 
 namespace qiv {
+
+namespace {
+
+bool is_usable(const Progress& place) {
+  return is_stream_time(place.time) && is_stream_time(place.received) &&
+         std::isfinite(place.offset_m) && std::isfinite(place.error_m);
+}
+
+}  // namespace
 
 FinishedKey key_of(const FinishedTrip& trip) {
   return {{trip.agency, trip.run.trip, trip.run.vehicle},
@@ -32,6 +44,9 @@ Decoded<FinishedTrip> decode_finished(const StreamMessage& message) {
   if (!is_stream_time(trip.finished)) return Undecodable{"its end is not between 1970 and 2200"};
   auto progress = decode_progress(wire.progress(), key->trip.vehicle, key->trip.trip);
   if (!progress || progress->empty()) return Undecodable{"its progress cannot be read"};
+  if (!std::all_of(progress->begin(), progress->end(), is_usable)) {
+    return Undecodable{"its progress has times that are not between 1970 and 2200, or no places"};
+  }
   trip.run = {std::move(key->trip.vehicle), std::move(key->trip.trip), std::move(key->pattern),
               std::move(*progress)};
   return trip;

@@ -21,7 +21,7 @@ StreamMessage encode_finished(const FinishedTrip& trip);
 
 /// Reads it. The progress comes back exactly, but for `pattern` of each, which is an index into
 /// the network of whoever wrote it: it is 0. Undecodable: another key, bytes that are no such trip,
-/// a later format.
+/// times beyond 2200, places that are no numbers, a later format.
 Decoded<FinishedTrip> decode_finished(const StreamMessage& message);
 
 }  // namespace qiv

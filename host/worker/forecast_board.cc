@@ -3,8 +3,15 @@
 #include <algorithm>
 #include <charconv>
 
+#include "engine/tracked_engine.h"
+
 namespace qiv {
 namespace {
+
+EngineOptions in_one_shard(EngineOptions options) {
+  options.shards = 1;
+  return options;
+}
 
 /// Reads "partition:offset".
 template <class Origin>
@@ -18,6 +25,11 @@ std::optional<Origin> parse_origin(const std::string& text) {
   return origin;
 }
 
+template <class Origin>
+bool is_before(const std::optional<Origin>& a, const std::optional<Origin>& b) {
+  return a && b && a->first == b->first && a->second < b->second;
+}
+
 bool is_moving(const TripForecast& forecast) {
   return forecast.state == TripState::under_way || forecast.state == TripState::overdue;
 }
@@ -28,61 +40,91 @@ ForecastBoard::ForecastBoard(const Network& network, const LearnedSettings& sett
                              HistorySource history, const EngineOptions& options)
     : _network(network),
       _settings(settings),
-      _roster(network, options.announce, options.ghost_patience),
-      _shard(network, settings, std::move(history), options) {}
+      _history(std::move(history)),
+      _options(in_one_shard(options)),
+      _engine(network, settings, _history, _options) {}
 
 std::optional<Undecodable> ForecastBoard::take(const StreamMessage& message) {
-  auto decoded = decode_forecast(message, _network);
-  if (auto* const unused = std::get_if<Undecodable>(&decoded)) return std::move(*unused);
-  auto& what = std::get<0>(decoded);
-  auto* const forecast = std::get_if<VehicleForecast>(&what);
-  const VehicleId& vehicle =
-      forecast != nullptr ? forecast->forecast.vehicle : std::get<LeftTrip>(what).trip.vehicle;
-  if (is_repeated(vehicle, message)) {
-    ++_repeated;
+  const auto origin = parse_origin<Origin>(header_of(message, header::origin));
+  if (is_of_vehicle(message)) {
+    auto decoded = decode_vehicle(message);
+    if (auto* const unused = std::get_if<Undecodable>(&decoded)) return std::move(*unused);
+    if (!is_repeated(message, origin)) take(std::get<VehicleState>(std::move(decoded)));
     return std::nullopt;
   }
-  ++_taken;
-  if (forecast != nullptr) {
-    take(std::move(*forecast));
+  auto decoded = decode_forecast(message, _network);
+  if (auto* const unused = std::get_if<Undecodable>(&decoded)) return std::move(*unused);
+  if (is_repeated(message, origin)) return std::nullopt;
+  auto& what = std::get<0>(decoded);
+  if (auto* const forecast = std::get_if<VehicleForecast>(&what)) {
+    take(std::move(*forecast), origin);
   } else {
     take(std::get<LeftTrip>(what));
   }
   return std::nullopt;
 }
 
-/// One position may say several things, which come one after another: only an earlier position is a
-/// repetition, and the same one if it says nothing newer.
-bool ForecastBoard::is_repeated(const VehicleId& vehicle, const StreamMessage& message) {
-  const auto origin = parse_origin<Origin>(header_of(message, header::origin));
-  if (!origin) return false;
-  const auto [last, is_new] = _origins.try_emplace(vehicle, *origin);
-  if (!is_new && last->second.first == origin->first && origin->second < last->second.second) {
-    return true;
+/// One position may say several things of one key, which come one after another: only an earlier
+/// position is a repetition. Messages of different keys have no order.
+bool ForecastBoard::is_repeated(const StreamMessage& message, const std::optional<Origin>& origin) {
+  if (origin) {
+    const auto [last, is_new] = _last.try_emplace(message.key, LastOf{*origin, message.time});
+    if (!is_new && is_before(origin, std::optional(last->second.origin))) {
+      ++_repeated;
+      return true;
+    }
+    last->second = {*origin, message.time};
   }
-  last->second = *origin;
+  ++_taken;
   return false;
 }
 
-void ForecastBoard::take(VehicleForecast&& forecast) {
+/// A trip is over after half a day without a message.
+void ForecastBoard::forget_messages() {
+  constexpr Seconds interval = std::chrono::hours(1);
+  constexpr Seconds kept = std::chrono::hours(12);
+  if (_newest - _forgot < interval) return;
+  _forgot = _newest;
+  std::erase_if(_last, [&](const auto& entry) { return _newest - entry.second.when > kept; });
+}
+
+bool ForecastBoard::is_usable(const VehicleForecast& forecast) const {
+  const bool arrivals = _options.mode == ForecastMode::arrival;
+  return forecast.followed &&
+         (arrivals ? forecast.forecast.legs.empty() : forecast.forecast.stops.empty());
+}
+
+void ForecastBoard::take(VehicleForecast&& forecast, const std::optional<Origin>& origin) {
   const TripForecast& shown = forecast.forecast;
   _newest = std::max(_newest, shown.made);
-  const auto pattern = _network.find_pattern(shown.pattern);
-  const auto before = _vehicles.find(shown.vehicle);
-  const bool goes_on = before != _vehicles.end() && before->second.forecast.trip == shown.trip &&
-                       before->second.assigned == forecast.assigned;
+  const auto before = _on_trip.find(shown.vehicle);
+  const bool is_known = before != _on_trip.end();
+  const bool goes_on = is_known && before->second.last.forecast.trip == shown.trip &&
+                       before->second.last.assigned == forecast.assigned;
+  if (is_known && !goes_on && is_before(origin, before->second.origin)) return;
   if (!goes_on) {
-    TripAssigned assigned{shown.vehicle, shown.trip, *pattern, forecast.assigned};
+    TripAssigned assigned{shown.vehicle, shown.trip, *_network.find_pattern(shown.pattern),
+                          forecast.assigned};
     if (forecast.by_course) assigned.confidence = 1.0;
-    _roster.apply(assigned);
+    _engine.apply(assigned);
   }
-  if (is_moving(shown)) {
-    Progress progress;
-    progress.vehicle = shown.vehicle;
-    progress.trip = shown.trip;
-    _roster.apply(progress);
+  if (is_moving(shown) || (forecast.followed && !forecast.followed->progress.empty())) {
+    Progress begun;
+    begun.vehicle = shown.vehicle;
+    begun.trip = shown.trip;
+    _engine.note(begun);
   }
-  _vehicles.insert_or_assign(shown.vehicle, std::move(forecast));
+  OnTrip now;
+  now.origin = origin;
+  now.as_made = !is_usable(forecast);
+  if (!now.as_made) {
+    now.whole = _engine.shard(0).follow(shown.vehicle, shown.trip, *forecast.followed) &&
+                (!goes_on || before->second.whole || forecast.followed->from == 0);
+    forecast.followed->progress.clear();
+  }
+  const VehicleId vehicle = shown.vehicle;
+  now.last = std::move(forecast);
+  _on_trip.insert_or_assign(vehicle, std::move(now));
 }
 
 void ForecastBoard::take(const LeftTrip& left) {
@@ -91,42 +133,87 @@ void ForecastBoard::take(const LeftTrip& left) {
   ended.run.trip = left.trip.trip;
   ended.reason = left.finished ? TripEnded::Reason::finished : TripEnded::Reason::silent;
   ended.received = left.when;
-  _roster.apply(ended);
-  const auto vehicle = _vehicles.find(left.trip.vehicle);
-  if (vehicle != _vehicles.end() && vehicle->second.forecast.trip == left.trip.trip) {
-    _vehicles.erase(vehicle);
+  _engine.apply(ended);
+  const auto vehicle = _on_trip.find(left.trip.vehicle);
+  if (vehicle != _on_trip.end() && vehicle->second.last.forecast.trip == left.trip.trip) {
+    _on_trip.erase(vehicle);
   }
+}
+
+void ForecastBoard::take(VehicleState&& state) {
+  VehicleId vehicle = state.said.vehicle;
+  _states.insert_or_assign(std::move(vehicle), std::move(state));
 }
 
 std::vector<TripForecast> ForecastBoard::show(Instant now, Seconds silence) {
-  std::map<TripKey, TripForecast> shown;
-  for (const auto& [vehicle, of_vehicle] : _vehicles) {
-    const TripForecast& forecast = of_vehicle.forecast;
-    if (now - forecast.made > silence || !_roster.leads(vehicle, forecast.trip)) continue;
-    shown.emplace(forecast.trip, forecast);
-  }
-  std::map<TripKey, TripForecast> announced;
-  for (const ScheduledTrip& trip : _roster.announced(now)) {
-    if (auto forecast = announce(trip, shown, now)) announced.emplace(trip.key, *forecast);
-  }
-  shown.merge(announced);
-  std::vector<TripForecast> result;
-  for (auto& [trip, forecast] : shown) result.push_back(std::move(forecast));
-  return result;
+  forget_messages();
+  std::vector<TripForecast> shown = _engine.forecasts(now);
+  std::erase_if(shown, [&](TripForecast& forecast) {
+    if (forecast.vehicle.empty()) return false;
+    const auto vehicle = _on_trip.find(forecast.vehicle);
+    if (vehicle == _on_trip.end()) return true;
+    const OnTrip& on_trip = vehicle->second;
+    if (on_trip.as_made) forecast = on_trip.last.forecast;
+    return now - on_trip.last.forecast.made > silence;
+  });
+  return shown;
 }
 
-/// The forecast of a trip that no vehicle has begun: its vehicle must have arrived from the trip
-/// before, and have turned around.
-std::optional<TripForecast> ForecastBoard::announce(const ScheduledTrip& trip,
-                                                    const std::map<TripKey, TripForecast>& shown,
-                                                    Instant now) {
-  const auto previous = trip.previous ? shown.find(*trip.previous) : shown.end();
-  Instant earliest = Instant::min();
-  if (previous != shown.end() && is_moving(previous->second) && !previous->second.stops.empty()) {
-    earliest = std::max(trip.first_departure(),
-                        previous->second.stops.back().arrival.time + _settings.turnaround);
+std::vector<VehicleState> ForecastBoard::vehicles() const {
+  std::map<VehicleId, VehicleState> all = _states;
+  for (const auto& [vehicle, on_trip] : _on_trip) {
+    const TripForecast& forecast = on_trip.last.forecast;
+    const auto [entry, is_new] = all.try_emplace(vehicle);
+    if (!is_new) continue;
+    const VehicleStatus status =
+        is_moving(forecast) ? VehicleStatus::under_way : VehicleStatus::waiting;
+    entry->second = {
+        on_trip.last.agency,
+        {vehicle, status, on_trip.last.assigned, forecast.position_time, forecast.trip},
+        forecast.made};
   }
-  return _shard.announce(trip, earliest, now);
+  std::vector<VehicleState> states;
+  states.reserve(all.size());
+  for (auto& [vehicle, state] : all) {
+    show_doubled(state.said, _engine);
+    states.push_back(std::move(state));
+  }
+  return states;
+}
+
+void ForecastBoard::forget(const std::function<bool(const VehicleState&)>& is_forgotten) {
+  std::erase_if(_states, [&](const auto& entry) {
+    return !_on_trip.contains(entry.first) && is_forgotten(entry.second);
+  });
+}
+
+ForecastBasisFound ForecastBoard::why(const TripKey& trip) {
+  const LiveTrip* const live = _engine.live(trip);
+  if (live == nullptr) return {std::nullopt, "no vehicle is under way on this trip"};
+  const OnTrip& on_trip = _on_trip.at(live->vehicle);
+  if (on_trip.as_made) {
+    return {std::nullopt, "the worker that made the forecast does not say what from"};
+  }
+  if (!live->latest) return {std::nullopt, "no vehicle is under way on this trip"};
+  if (!on_trip.whole) {
+    return {std::nullopt, "the stream no longer has the beginning of this trip"};
+  }
+  return find_basis(*live, on_trip.last.followed->first_earlier, _network, _settings, _history,
+                    _options.mode);
+}
+
+std::vector<StreamMessage> ForecastBoard::told_again() {
+  std::vector<StreamMessage> messages;
+  for (const auto& [vehicle, state] : _states) messages.push_back(encode_vehicle(state));
+  for (const auto& [vehicle, on_trip] : _on_trip) {
+    VehicleForecast told = on_trip.last;
+    if (!on_trip.as_made) {
+      told.followed = _engine.shard(0).told_of(vehicle, 0);
+      told.followed->first_earlier = on_trip.last.followed->first_earlier;
+    }
+    messages.push_back(encode_forecast(told, _network));
+  }
+  return messages;
 }
 
 }  // namespace qiv

@@ -5,6 +5,7 @@
 
 #include "publish/trip_updates.h"
 #include "qiv-stream.pb.h"
+#include "worker/followed_codec.h"
 
 namespace qiv {
 namespace {
@@ -43,6 +44,17 @@ void write_stop(const StopForecast& stop, Instant made, Wire& wire) {
   wire.add_library_upper(after(stop.library_upper));
 }
 
+void write_leg(const LegForecast& leg, stream::Leg& wire) {
+  wire.set_from_sequence(leg.from_sequence);
+  wire.set_to_sequence(leg.to_sequence);
+  wire.set_observed(leg.observed);
+  if (leg.elapsed) wire.set_elapsed(leg.elapsed->count());
+  wire.set_travel_time(leg.travel_time.count());
+  wire.set_spread_s(leg.spread_s);
+  wire.set_library_lower(leg.library_lower.count());
+  wire.set_library_upper(leg.library_upper.count());
+}
+
 void write(const VehicleForecast& of_vehicle, Wire& wire) {
   const TripForecast& forecast = of_vehicle.forecast;
   wire.set_pattern(forecast.pattern.text());
@@ -57,6 +69,8 @@ void write(const VehicleForecast& of_vehicle, Wire& wire) {
   wire.set_assigned(unix_seconds(of_vehicle.assigned));
   wire.set_by_course(of_vehicle.by_course);
   for (const StopForecast& stop : forecast.stops) write_stop(stop, forecast.made, wire);
+  for (const LegForecast& leg : forecast.legs) write_leg(leg, *wire.add_legs());
+  if (of_vehicle.followed) write_followed(*of_vehicle.followed, forecast, *wire.mutable_followed());
 }
 
 bool columns_have(const Wire& wire, int stops) {
@@ -137,6 +151,32 @@ std::string read_stops(const Wire& wire, const JourneyPattern& pattern, TripFore
   return time.good() ? "" : "one of its times is not between 1970 and 2200";
 }
 
+/// Fills in the legs. False when they are not those of the pattern, or last for ages.
+bool read_legs(const Wire& wire, const JourneyPattern& pattern, TripForecast& forecast) {
+  if (wire.legs_size() == 0) return true;
+  if (static_cast<std::size_t>(wire.legs_size()) + 1 != pattern.stops.size()) return false;
+  constexpr std::int64_t longest_s = 1LL << 32;
+  for (const stream::Leg& told : wire.legs()) {
+    for (const std::int64_t time_s :
+         {told.elapsed(), told.travel_time(), told.library_lower(), told.library_upper()}) {
+      if (time_s < 0 || time_s > longest_s) return false;
+    }
+    LegForecast leg;
+    leg.from = pattern.stops[forecast.legs.size()].stop;
+    leg.to = pattern.stops[forecast.legs.size() + 1].stop;
+    leg.from_sequence = told.from_sequence();
+    leg.to_sequence = told.to_sequence();
+    leg.observed = told.observed();
+    if (told.has_elapsed()) leg.elapsed = Seconds(told.elapsed());
+    leg.travel_time = Seconds(told.travel_time());
+    leg.spread_s = told.spread_s();
+    leg.library_lower = Seconds(told.library_lower());
+    leg.library_upper = Seconds(told.library_upper());
+    forecast.legs.push_back(leg);
+  }
+  return true;
+}
+
 }  // namespace
 
 StreamMessage encode_forecast(const VehicleForecast& forecast, const Network& network) {
@@ -180,6 +220,10 @@ Decoded<std::variant<VehicleForecast, LeftTrip>> decode_forecast(const StreamMes
   if (!index) return Undecodable{"the timetable has no pattern " + forecast.pattern.text()};
   const std::string mistake = read_stops(wire, network.pattern(*index), forecast);
   if (!mistake.empty()) return Undecodable{"the forecast cannot be read: " + mistake};
+  if (!read_legs(wire, network.pattern(*index), forecast)) {
+    return Undecodable{"the forecast cannot be read: its legs are not those of its pattern"};
+  }
+  if (wire.has_followed()) result.followed = read_followed(wire.followed(), forecast);
   return result;
 }
 

@@ -1,6 +1,8 @@
 #include "worker/worker.h"
 
+#include <algorithm>
 #include <charconv>
+#include <set>
 #include <utility>
 
 #include "worker/kafka/error.h"
@@ -19,11 +21,6 @@ kafka::Properties with_usual(kafka::Properties properties) {
   return properties;
 }
 
-std::string place_of(const kafka::Received& message) {
-  return message.topic + ":" + std::to_string(message.partition) + ":" +
-         std::to_string(message.offset);
-}
-
 /// The time of a partition as it is committed beside its offset.
 std::optional<Instant> parse_note(const std::string& note) {
   long long seconds = 0;
@@ -32,13 +29,30 @@ std::optional<Instant> parse_note(const std::string& note) {
   return from_unix_seconds(seconds);
 }
 
+/// Reads a basis to its end; null when it was asked to stop before.
+std::shared_ptr<Basis> read_basis(const WorkerOptions& options,
+                                  std::shared_ptr<const Network> network,
+                                  const std::shared_ptr<const std::string>& gtfs,
+                                  const std::string& version, const LearnedSettings& settings,
+                                  const std::stop_token& stop) {
+  if (network == nullptr) network = options.make_network(*gtfs);
+  auto basis =
+      std::make_shared<Basis>(options.properties, options.topics.finished, std::move(network),
+                              settings, version, options.histories_until);
+  while (!basis->at_end()) {
+    if (stop.stop_requested()) return nullptr;
+    basis->follow(milliseconds(100));
+  }
+  return basis;
+}
+
 }  // namespace
 
-Worker::Worker(WorkerOptions options)
-    : _options(std::move(options)), _book(_options.histories_until) {}
+Worker::Worker(WorkerOptions options) : _options(std::move(options)) {}
 
 /// The group is left without a commit: what is not committed will be done again.
 Worker::~Worker() {
+  _ends.request_stop();
   _open = false;
   _consumer.reset();
 }
@@ -49,7 +63,7 @@ WorkerCounts Worker::counts() const {
 }
 
 void Worker::run(std::stop_token stop) {
-  if (!read_reference(stop)) return;
+  if (!wait_for_basis(stop)) return;
   _producer =
       std::make_unique<kafka::Producer>(with_usual(_options.properties), _options.transactional_id);
   _consumer = std::make_unique<kafka::GroupConsumer>(
@@ -63,6 +77,7 @@ void Worker::run(std::stop_token stop) {
   while (!stop.stop_requested()) {
     follow();
     if (std::exchange(_must_take_up_again, false)) take_up_again();
+    renew_one();
     work();
     commit();
     tell_counts();
@@ -81,18 +96,14 @@ void Worker::work() {
   }
 }
 
-/// Reads settings, timetable and histories to their end. False when it was asked to stop before a
-/// timetable came.
-bool Worker::read_reference(const std::stop_token& stop) {
-  _log = std::make_unique<kafka::LogReader>(
-      _options.properties,
-      std::vector<std::string>{_options.topics.reference, _options.topics.finished});
+/// Waits until settings, timetable and histories are read to their end. False when it was asked to
+/// stop before a timetable came.
+bool Worker::wait_for_basis(const std::stop_token& stop) {
+  _log = std::make_unique<kafka::LogReader>(_options.properties,
+                                            std::vector<std::string>{_options.topics.reference});
   while (!stop.stop_requested()) {
     follow();
-    if (_log->at_end() && _reference.gtfs() != nullptr) {
-      use_reference();
-      return true;
-    }
+    if (_basis != nullptr) return true;
     tell_counts();
   }
   return false;
@@ -101,47 +112,90 @@ bool Worker::read_reference(const std::stop_token& stop) {
 /// Takes what the topics of settings, timetables and finished trips have, without waiting for more
 /// where positions wait.
 void Worker::follow() {
+  follow_reference();
+  std::set<std::shared_ptr<Basis>> all;
+  if (_basis != nullptr) all.insert(_basis);
+  for (const auto& [number, state] : _partitions) all.insert(state.basis);
+  for (const auto& [number, state] : _kept) all.insert(state.basis);
+  for (const auto& basis : all) follow_finished(basis);
+  use_basis();
+}
+
+void Worker::follow_reference() {
   const milliseconds patience(_consumer == nullptr ? 100 : 0);
   while (const auto message = _log->poll(patience)) {
-    if (message->topic == _options.topics.finished) {
-      take_finished(*message);
-    } else if (const auto unused = _reference.take(message->message)) {
+    if (const auto unused = _reference.take(message->message)) {
       _options.report(place_of(*message) + ": " + unused->reason);
     } else {
       _reference_changed = true;
     }
   }
-  if (_consumer != nullptr && std::exchange(_reference_changed, false)) {
-    commit();
-    use_reference();
-    _must_take_up_again = true;
+  if (_reference_changed && _log->at_end() && _reference.gtfs() && !_coming.valid()) {
+    prepare_basis();
   }
 }
 
-void Worker::take_finished(const kafka::Received& message) {
-  if (!message.message.value) return;
-  const auto decoded = decode_finished(message.message);
-  if (const auto* const unused = std::get_if<Undecodable>(&decoded)) {
-    _options.report(place_of(message) + ": " + unused->reason);
-    return;
-  }
-  const auto& trip = std::get<FinishedTrip>(decoded);
-  if (!_book.take(trip)) return;
-  ++_counts.trips_learned;
-  for (auto& [partition, state] : _partitions) state.engine->learn_from(trip);
-  for (auto& [partition, state] : _kept) state.engine->learn_from(trip);
+/// Lets the engines that rest on a basis learn what has joined its histories.
+void Worker::follow_finished(const std::shared_ptr<Basis>& basis) {
+  basis->follow(milliseconds(0), [&](const FinishedTrip& trip) {
+    if (basis == _basis) ++_counts.trips_learned;
+    for (auto& [number, state] : _partitions) {
+      if (state.basis == basis) state.engine->learn_from(trip);
+    }
+    for (auto& [number, state] : _kept) {
+      if (state.basis == basis) state.engine->learn_from(trip);
+    }
+  });
+  for (const std::string& complaint : basis->take_complaints()) _options.report(complaint);
 }
 
-/// Puts the timetable and the settings that have come into force. Engines on the former must be
-/// gone or made anew right after.
-void Worker::use_reference() {
-  if (_reference.gtfs_version() != _used_version) {
-    _network = _options.make_network(*_reference.gtfs());
-    _used_version = _reference.gtfs_version();
-  }
-  _settings = _reference.settings().value_or(LearnedSettings());
-  _kept.clear();
+/// Begins to read the histories for the timetable and the settings that have come, in a thread of
+/// its own; until then the former are in force.
+void Worker::prepare_basis() {
   _reference_changed = false;
+  const bool is_new_network =
+      _basis == nullptr || _reference.gtfs_version() != _basis->network_version();
+  _coming = std::async(
+      std::launch::async, [this, network = is_new_network ? nullptr : _basis->network(),
+                           gtfs = _reference.gtfs(), version = _reference.gtfs_version(),
+                           settings = _reference.settings().value_or(LearnedSettings())] {
+        return read_basis(_options, network, gtfs, version, settings, _ends.get_token());
+      });
+}
+
+/// Puts a basis that has been read into force. A timetable that cannot be used leaves the former
+/// there; without any, the worker cannot go on.
+void Worker::use_basis() {
+  if (!_coming.valid() || _coming.wait_for(milliseconds(0)) != std::future_status::ready) return;
+  try {
+    _basis = _coming.get();
+  } catch (const kafka::Error& error) {
+    if (_basis == nullptr) throw;
+    _reference_changed = true;
+    _options.report(std::string("what is new in the reference is read again: ") + error.what());
+  } catch (const std::exception& error) {
+    if (_basis == nullptr) throw;
+    _options.report(std::string("what is new in the reference is not used: ") + error.what());
+  }
+}
+
+/// Builds anew one partition that rests on a former basis, or has done so for long enough, when the
+/// one before it has been brought to where it was.
+void Worker::renew_one() {
+  const auto now = Steady::now();
+  const auto is_recovering = [](const auto& entry) { return entry.second.recovering; };
+  if (std::any_of(_partitions.begin(), _partitions.end(), is_recovering)) return;
+  const auto old = std::find_if(_partitions.begin(), _partitions.end(), [&](const auto& entry) {
+    return entry.second.basis != _basis || now - entry.second.assigned >= _options.renew;
+  });
+  if (old == _partitions.end()) return;
+  const std::int32_t number = old->first;
+  commit();
+  if (_must_take_up_again) return;
+  auto before = old->second.engine->under_way();
+  _partitions[number] = make_partition(number, _consumer->committed({number}));
+  _partitions[number].before = std::move(before);
+  _consumer->seek({{number, _partitions[number].next}});
 }
 
 std::map<std::int32_t, std::int64_t> Worker::take_up(const std::vector<std::int32_t>& partitions) {
@@ -165,8 +219,10 @@ Worker::Partition Worker::make_partition(std::int32_t partition, const kafka::Co
   state.assigned = Steady::now();
   state.next = replay_start(partition, commits, state);
   state.recovering = state.next < state.publish_from;
-  state.engine = std::make_unique<PartitionEngine>(*_network, _settings, _book.source(*_network),
-                                                   _options.track, _options.engine);
+  state.basis = _basis;
+  state.engine =
+      std::make_unique<PartitionEngine>(*_basis->network(), _basis->settings(),
+                                        _basis->book().source(), _options.track, _options.engine);
   ++_counts.recoveries;
   return state;
 }
@@ -248,14 +304,30 @@ void Worker::handle_in_transaction(Partition& state, const kafka::Received& mess
   state.next = message.offset + 1;
   state.dirty = true;
   ++_in_transaction;
+  ++_counts.positions;
+  leave_what_is_gone(state, message);
   std::string reason;
   try {
     forecast(state, message.message);
   } catch (const std::exception& error) {
     reason = error.what();
   }
-  publish(message);
+  publish(message, *state.basis->network());
   if (!reason.empty()) set_aside(message, reason);
+}
+
+/// Of a partition that was built anew, tells the trips that its vehicles are not on any more: the
+/// timetable has changed.
+void Worker::leave_what_is_gone(Partition& state, const kafka::Received& message) {
+  if (state.before.empty()) return;
+  const auto now_on = state.engine->under_way();
+  _output.clear();
+  for (const auto& [vehicle, trip] : std::exchange(state.before, {})) {
+    const auto on = now_on.find(vehicle);
+    if (on != now_on.end() && on->second == trip) continue;
+    _output.emplace_back(LeftTrip{{_options.agency, trip, vehicle}, state.engine->now(), false});
+  }
+  publish(message, *state.basis->network());
 }
 
 /// Leaves what comes of a message in `_output`. Throws for one that cannot be used.
@@ -273,13 +345,12 @@ void Worker::forecast(Partition& state, const StreamMessage& message) {
   }
 }
 
-void Worker::publish(const kafka::Received& origin) {
+void Worker::publish(const kafka::Received& origin, const Network& network) {
   const std::string place = std::to_string(origin.partition) + ":" + std::to_string(origin.offset);
-  ++_counts.positions;
   for (PartitionOutput& output : _output) {
     if (auto* const forecast = std::get_if<VehicleForecast>(&output)) {
       forecast->agency = _options.agency;
-      StreamMessage message = encode_forecast(*forecast, *_network);
+      StreamMessage message = encode_forecast(*forecast, network);
       message.headers[header::origin] = place;
       const TripForecast& shown = forecast->forecast;
       _producer->send(_options.topics.forecasts,
@@ -291,6 +362,11 @@ void Worker::publish(const kafka::Received& origin) {
       message.headers[header::origin] = place;
       _producer->send(_options.topics.forecasts, forecast_group(left->trip), message);
       ++_counts.trips_left;
+    } else if (auto* const vehicle = std::get_if<VehicleState>(&output)) {
+      vehicle->agency = _options.agency;
+      StreamMessage message = encode_vehicle(*vehicle);
+      message.headers[header::origin] = place;
+      _producer->send(_options.topics.forecasts, message.key, message);
     } else {
       auto& finished = std::get<FinishedTrip>(output);
       finished.agency = _options.agency;
@@ -352,9 +428,14 @@ void Worker::tell_counts() {
   _tell_at = Steady::now() + std::chrono::milliseconds(500);
   const std::lock_guard lock(_mutex);
   _told = _counts;
+  if (_basis != nullptr) {
+    _told.histories = _basis->book().trips();
+    _told.network_version = _basis->network_version();
+  }
   for (const auto& [partition, state] : _partitions) {
     _told.partitions[partition] = {_consumer->lag(partition, state.next), state.engine->now(),
                                    state.engine->vehicles(), state.recovering};
+    if (state.basis != _basis) ++_told.on_former_basis;
   }
 }
 

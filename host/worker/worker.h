@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -9,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "worker/history_book.h"
+#include "worker/basis.h"
 #include "worker/kafka/group_consumer.h"
 #include "worker/kafka/log_reader.h"
 #include "worker/kafka/producer.h"
@@ -33,6 +34,8 @@ struct WorkerOptions {
   /// A transaction ends after this time, or after so many messages.
   std::chrono::milliseconds transaction{200};
   std::size_t most_in_transaction = 5000;
+  /// A partition is built anew so often, so that its histories do not grow for ever.
+  std::chrono::seconds renew = std::chrono::hours(24);
   /// Trips that finished later do not join the histories.
   Instant histories_until = Instant::max();
   TrackOptions track;
@@ -49,7 +52,10 @@ struct WorkerCounts {
   std::uint64_t forecasts = 0;   ///< published
   std::uint64_t trips_left = 0;  ///< told
   std::uint64_t trips_finished = 0;
-  std::uint64_t trips_learned = 0;  ///< of any worker, joined the histories
+  std::uint64_t trips_learned = 0;  ///< of any worker, joined the histories while it worked
+  std::size_t histories = 0;        ///< trips that are held
+  std::string network_version;      ///< of the timetable in force
+  std::size_t on_former_basis = 0;  ///< partitions that wait for what is in force
   std::uint64_t set_aside = 0;
   std::uint64_t transactions = 0;
   std::uint64_t aborted = 0;
@@ -81,6 +87,7 @@ class Worker {
 
  private:
   struct Partition {
+    std::shared_ptr<Basis> basis;
     std::unique_ptr<PartitionEngine> engine;
     std::int64_t next = 0;          ///< offset of the next message
     std::int64_t publish_from = 0;  ///< messages before it are replayed
@@ -88,13 +95,18 @@ class Worker {
     bool dirty = false;
     std::chrono::steady_clock::time_point assigned;
     bool recovering = false;
+    /// The trips of its vehicles as the partition was before it was built anew.
+    std::map<VehicleId, TripKey> before;
   };
 
   void work();
-  bool read_reference(const std::stop_token& stop);
+  bool wait_for_basis(const std::stop_token& stop);
   void follow();
-  void take_finished(const kafka::Received& message);
-  void use_reference();
+  void follow_reference();
+  void follow_finished(const std::shared_ptr<Basis>& basis);
+  void prepare_basis();
+  void use_basis();
+  void renew_one();
   std::map<std::int32_t, std::int64_t> take_up(const std::vector<std::int32_t>& partitions);
   Partition make_partition(std::int32_t partition, const kafka::Commits& commits);
   std::int64_t replay_start(std::int32_t partition, const kafka::Commits& commits,
@@ -104,8 +116,9 @@ class Worker {
   void replay(Partition& state, const kafka::Received& message);
   void note_recovery(Partition& state);
   void handle_in_transaction(Partition& state, const kafka::Received& message);
+  void leave_what_is_gone(Partition& state, const kafka::Received& message);
   void forecast(Partition& state, const StreamMessage& message);
-  void publish(const kafka::Received& origin);
+  void publish(const kafka::Received& origin, const Network& network);
   void set_aside(const kafka::Received& message, const std::string& reason);
   void commit();
   void give_transaction_up();
@@ -114,11 +127,8 @@ class Worker {
 
   WorkerOptions _options;
   Reference _reference;
-  std::string _used_version;
-  std::shared_ptr<const Network> _network;
-  LearnedSettings _settings;
-  HistoryBook _book;
-  std::unique_ptr<kafka::LogReader> _log;
+  std::unique_ptr<kafka::LogReader> _log;  ///< of the reference
+  std::shared_ptr<Basis> _basis;           ///< in force
   std::unique_ptr<kafka::Producer> _producer;
   std::unique_ptr<kafka::GroupConsumer> _consumer;
   std::map<std::int32_t, Partition> _partitions;
@@ -134,6 +144,8 @@ class Worker {
   WorkerCounts _counts;
   mutable std::mutex _mutex;
   WorkerCounts _told;
+  std::stop_source _ends;
+  std::future<std::shared_ptr<Basis>> _coming;  ///< is being read
 };
 
 }  // namespace qiv

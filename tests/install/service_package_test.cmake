@@ -1,5 +1,5 @@
 # Makes the package of the service from this build, looks into it as dpkg would, and has systemd judge
-# its unit, where it is there. Nothing is installed.
+# its units, where it is there. Nothing is installed.
 
 include(${CMAKE_CURRENT_LIST_DIR}/Installation.cmake)
 
@@ -13,7 +13,13 @@ run(${CMAKE_CPACK_COMMAND} -G DEB -C ${CONFIG} --config ${BUILD_DIR}/CPackConfig
     -D "CPACK_COMPONENTS_ALL=service\\;service_copyright")
 run(dpkg-deb -x ${archive} ${root})
 run(dpkg-deb --control ${archive} ${WORK_DIR}/control)
-expected_files(files service)
+set(components service)
+set(units qiv)
+if(STREAM)
+  list(APPEND components stream)
+  list(APPEND units qiv-bridge qiv-worker qiv-gateway)
+endif()
+expected_files(files ${components})
 list(APPEND files share/doc/qiv/copyright)
 expect_files(${root}/usr ${files})
 
@@ -21,8 +27,17 @@ run(dpkg-deb --field ${archive} Depends)
 expect_match("Depends" "${run_output}" "libqiv1 \\(= ${VERSION}\\), adduser")
 expect_match("Depends" "${run_output}" "libsqlite3-0")
 expect_match("Depends" "${run_output}" "libmicrohttpd12")
+run(dpkg-deb --field ${archive} Recommends)
+expect_match("Recommends" "${run_output}" "sqlite3")
 foreach(script IN ITEMS postinst prerm)
   run(sh -n ${WORK_DIR}/control/${script})
+  file(READ ${WORK_DIR}/control/${script} text)
+  if(text MATCHES "systemctl (--now )?enable|systemctl start")
+    message(FATAL_ERROR "${script} starts what nobody has enabled")
+  endif()
+  foreach(name IN LISTS units)
+    expect_match("${script}" "${text}" "'${name}@\\*\\.service'")
+  endforeach()
 endforeach()
 run(dpkg-deb --contents ${archive})
 expect_match("the program" "${run_output}" "-rwxr-xr-x root/root +[0-9]+ [^\n]* \\./usr/bin/qiv\n")
@@ -33,10 +48,12 @@ endif()
 
 find_program(analyze systemd-analyze)
 if(analyze)
-  # The unit as it is, but for the program's place, which is not that of an installation here.
-  file(READ ${root}/usr/lib/systemd/system/qiv@.service unit)
-  string(REPLACE "/usr/bin/qiv" "${root}/usr/bin/qiv" unit "${unit}")
-  file(WRITE ${WORK_DIR}/qiv@test.service "${unit}")
-  run(${analyze} verify --man=no ${WORK_DIR}/qiv@test.service)
-  run(${analyze} security --offline=true --threshold=20 ${WORK_DIR}/qiv@test.service)
+  # Each unit as it is, but for the program's place, which is not that of an installation here.
+  foreach(name IN LISTS units)
+    file(READ ${root}/usr/lib/systemd/system/${name}@.service unit)
+    string(REPLACE "/usr/bin/qiv" "${root}/usr/bin/qiv" unit "${unit}")
+    file(WRITE ${WORK_DIR}/${name}@test.service "${unit}")
+    run(${analyze} verify --man=no ${WORK_DIR}/${name}@test.service)
+    run(${analyze} security --offline=true --threshold=20 ${WORK_DIR}/${name}@test.service)
+  endforeach()
 endif()

@@ -82,16 +82,36 @@ Received received(const rd_kafka_message_t& raw) {
   return result;
 }
 
+std::string place_of(const Received& message) {
+  return message.topic + ":" + std::to_string(message.partition) + ":" +
+         std::to_string(message.offset);
+}
+
+namespace {
+
+/// Where the client looks for brokers.
+std::string servers_of(rd_kafka_t* client) {
+  std::string servers(1024, '\0');
+  std::size_t size = servers.size();
+  if (rd_kafka_conf_get(rd_kafka_conf(client), "bootstrap.servers", servers.data(), &size) !=
+      RD_KAFKA_CONF_OK) {
+    return "the stated address";
+  }
+  return servers.c_str();
+}
+
+}  // namespace
+
 std::int32_t partitions_of(rd_kafka_t* client, const std::string& topic,
-                           std::chrono::milliseconds timeout) {
+                           std::chrono::milliseconds timeout, const std::stop_token& stop) {
   rd_kafka_topic_t* const handle = rd_kafka_topic_new(client, topic.c_str(), nullptr);
   const auto until = std::chrono::steady_clock::now() + timeout;
   std::int32_t count = 0;
   rd_kafka_resp_err_t error = RD_KAFKA_RESP_ERR_NO_ERROR;
-  while (count == 0 && std::chrono::steady_clock::now() < until) {
+  while (count == 0 && std::chrono::steady_clock::now() < until && !stop.stop_requested()) {
     const struct rd_kafka_metadata* metadata = nullptr;
     error = rd_kafka_metadata(client, 0, handle, &metadata,
-                              static_cast<int>(std::min<long>(timeout.count(), 5000)));
+                              static_cast<int>(std::min<long>(timeout.count(), 1000)));
     if (error == RD_KAFKA_RESP_ERR_NO_ERROR) {
       count = count_partitions(*metadata);
       rd_kafka_metadata_destroy(metadata);
@@ -99,6 +119,14 @@ std::int32_t partitions_of(rd_kafka_t* client, const std::string& topic,
     if (count == 0) std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   rd_kafka_topic_destroy(handle);
+  if (stop.stop_requested()) {
+    throw Error("topic " + topic, RD_KAFKA_RESP_ERR__DESTROY, "asked to stop");
+  }
+  if (error == RD_KAFKA_RESP_ERR__TRANSPORT || error == RD_KAFKA_RESP_ERR__TIMED_OUT) {
+    throw Error("topic " + topic, error,
+                "no broker answers at " + servers_of(client) +
+                    ": start it, or correct bootstrap.servers in city.toml");
+  }
   check("topic " + topic, error);
   if (count == 0) {
     throw Error("topic " + topic, RD_KAFKA_RESP_ERR__UNKNOWN_TOPIC,

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,13 +58,17 @@ struct Received {
   StreamMessage message;
 };
 
+/// "topic:partition:offset".
+std::string place_of(const Received& message);
+
 /// The message as this system sees it. Precondition: it is no error.
 Received received(const rd_kafka_message_t& raw);
 
 /// The number of partitions of a topic. Throws `Error`, with the remedy, when there is no such
-/// topic or no broker answers in time.
+/// topic or no broker answers in time, and when it is asked to stop before.
 std::int32_t partitions_of(rd_kafka_t* client, const std::string& topic,
-                           std::chrono::milliseconds timeout = std::chrono::seconds(30));
+                           std::chrono::milliseconds timeout = std::chrono::seconds(30),
+                           const std::stop_token& stop = {});
 
 /// The partition of a key among `count`, as Kafka's own producers choose it.
 std::int32_t partition_for(std::string_view key, std::int32_t count);

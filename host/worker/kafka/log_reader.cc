@@ -19,12 +19,12 @@ const Properties needed = {{"group.id", "qiv-reader"},
 }  // namespace
 
 LogReader::LogReader(const Properties& properties, const std::vector<std::string>& topics,
-                     const std::vector<std::string>& recent)
+                     const std::vector<std::string>& recent, const std::stop_token& stop)
     : _client(make_client(RD_KAFKA_CONSUMER, usual, properties, needed)) {
   rd_kafka_poll_set_consumer(_client.get());
   const PartitionList list(rd_kafka_topic_partition_list_new(1));
-  add(_client.get(), topics, RD_KAFKA_OFFSET_BEGINNING, list.get());
-  add(_client.get(), recent, RD_KAFKA_OFFSET_TAIL(few_thousand), list.get());
+  add(_client.get(), topics, RD_KAFKA_OFFSET_BEGINNING, stop, list.get());
+  add(_client.get(), recent, RD_KAFKA_OFFSET_TAIL(few_thousand), stop, list.get());
   for (int i = 0; i < list->cnt; ++i) {
     _ended[{list->elems[i].topic, list->elems[i].partition}] = false;
   }
@@ -34,9 +34,9 @@ LogReader::LogReader(const Properties& properties, const std::vector<std::string
 
 /// Adds all partitions of topics to a list, each to be read from `offset` on.
 void LogReader::add(rd_kafka_t* client, const std::vector<std::string>& topics, std::int64_t offset,
-                    rd_kafka_topic_partition_list_t* list) {
+                    const std::stop_token& stop, rd_kafka_topic_partition_list_t* list) {
   for (const std::string& topic : topics) {
-    const std::int32_t count = partitions_of(client, topic);
+    const std::int32_t count = partitions_of(client, topic, std::chrono::seconds(30), stop);
     for (std::int32_t partition = 0; partition < count; ++partition) {
       rd_kafka_topic_partition_list_add(list, topic.c_str(), partition)->offset = offset;
     }

@@ -14,9 +14,9 @@ namespace qiv::kafka {
 class LogReader {
  public:
   /// Reads `topics` from their beginning, and `recent` from their last few thousand messages on.
-  /// Throws `Error` when a topic is not there.
+  /// Throws `Error` when a topic is not there, and when it is asked to stop before that is known.
   LogReader(const Properties& properties, const std::vector<std::string>& topics,
-            const std::vector<std::string>& recent = {});
+            const std::vector<std::string>& recent = {}, const std::stop_token& stop = {});
 
   /// The next message; nothing when none comes in time. Throws `Error` for what the client cannot
   /// get over.
@@ -27,7 +27,7 @@ class LogReader {
 
  private:
   static void add(rd_kafka_t* client, const std::vector<std::string>& topics, std::int64_t offset,
-                  rd_kafka_topic_partition_list_t* list);
+                  const std::stop_token& stop, rd_kafka_topic_partition_list_t* list);
 
   Client _client;
   std::map<std::pair<std::string, std::int32_t>, bool> _ended;

@@ -2,6 +2,11 @@
 
 #include "worker/kafka/error.h"
 
+// The client's macros check their arguments with an extension of the compiler's.
+#ifdef __clang__
+#pragma clang diagnostic ignored "-Wgnu-statement-expression"
+#endif
+
 namespace qiv::kafka {
 namespace {
 

@@ -23,5 +23,16 @@ TEST(MakeSourceTest, MakesEachKindUnderItsName) {
   }
 }
 
+TEST(MakeSourceTest, TellsSourcesOfPositionsFromThoseOfTheAgency) {
+  PolledSourceOptions polled;
+  EXPECT_TRUE(gives_positions(polled));
+  polled.content = FeedContent::alerts;
+  EXPECT_FALSE(gives_positions(polled));
+  FolderSourceOptions folder;
+  folder.content = FeedContent::trip_updates;
+  EXPECT_FALSE(gives_positions(folder));
+  EXPECT_TRUE(gives_positions(MqttSourceOptions()));
+}
+
 }  // namespace
 }  // namespace qiv

@@ -1,8 +1,6 @@
 #include "host/app/serve_process.h"
 
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <stdexcept>
@@ -12,38 +10,12 @@
 
 namespace qiv::testing {
 
-ServeProcess::ServeProcess(const std::filesystem::path& city) {
-  int ends[2];
-  if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-  _process = fork();
-  if (_process == 0) {
-    dup2(ends[1], STDOUT_FILENO);
-    close(ends[0]);
-    close(ends[1]);
-    execl(QIV_PROGRAM, QIV_PROGRAM, "serve", city.c_str(), "--port", "0", nullptr);
-    _exit(127);
+ServeProcess::ServeProcess(const std::filesystem::path& city)
+    : _program({"serve", city.string(), "--port", "0"}), _url(_program.wait_for_url()) {
+  if (_url.empty()) {
+    _program.end(SIGKILL);
+    throw std::runtime_error("the service gave no address: " + _program.errors());
   }
-  close(ends[1]);
-  std::string line;
-  for (char c = 0; read(ends[0], &c, 1) == 1 && c != '\n';) line += c;
-  close(ends[0]);
-  const std::size_t at = line.find("http://");
-  if (at == std::string::npos) {
-    end(SIGKILL);
-    throw std::runtime_error("the service gave no address: " + line);
-  }
-  _url = line.substr(at, line.size() - at - 1);
-}
-
-ServeProcess::~ServeProcess() {
-  end(SIGKILL);
-}
-
-void ServeProcess::end(int signal) {
-  if (_process < 0) return;
-  kill(_process, signal);
-  waitpid(_process, nullptr, 0);
-  _process = -1;
 }
 
 std::string ServeProcess::ask(const std::string& path) const {

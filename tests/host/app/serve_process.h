@@ -1,10 +1,10 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <filesystem>
 #include <functional>
 #include <string>
+
+#include "host/app/program.h"
 
 namespace qiv::testing {
 
@@ -13,12 +13,9 @@ class ServeProcess {
  public:
   /// Starts it and waits for its address. Throws `std::runtime_error` when it ends instead.
   explicit ServeProcess(const std::filesystem::path& city);
-  ServeProcess(const ServeProcess&) = delete;
-  ServeProcess& operator=(const ServeProcess&) = delete;
-  ~ServeProcess();
 
   /// Ends it by a signal and waits for its end.
-  void end(int signal);
+  void end(int signal) { _program.end(signal); }
 
   /// The answer to a path; empty when there is none.
   std::string ask(const std::string& path) const;
@@ -27,7 +24,7 @@ class ServeProcess {
   double metric(const std::string& name) const;
 
  private:
-  pid_t _process = -1;
+  Program _program;
   std::string _url;
 };
 

@@ -28,11 +28,17 @@ TEST(StreamWorkerTest, MetricsTellLagAndRecovery) {
   counts.recoveries = 2;
   counts.last_recovery_s = 1.5;
   counts.ready = true;
+  counts.histories = 30;
+  counts.network_version = "abc";
+  counts.on_former_basis = 2;
   counts.partitions[3] = {7, from_unix_seconds(1000), 4, true};
   const std::string text = worker_metrics_text(counts, from_unix_seconds(1060));
   EXPECT_THAT(text, HasSubstr("\nqiv_worker_messages_total 12\n"));
   EXPECT_THAT(text, HasSubstr("\nqiv_worker_recoveries_total 2\n"));
   EXPECT_THAT(text, HasSubstr("\nqiv_worker_last_recovery_seconds 1.5\n"));
+  EXPECT_THAT(text, HasSubstr("\nqiv_worker_history_trips 30\n"));
+  EXPECT_THAT(text, HasSubstr("\nqiv_worker_network{version=\"abc\"} 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nqiv_worker_partitions_on_former_version 2\n"));
   EXPECT_THAT(text, HasSubstr("\nqiv_worker_lag_messages{partition=\"3\"} 7\n"));
   EXPECT_THAT(text, HasSubstr("\nqiv_worker_lag_seconds{partition=\"3\"} 60\n"));
   EXPECT_THAT(text, HasSubstr("\nqiv_worker_vehicles{partition=\"3\"} 4\n"));
@@ -56,6 +62,7 @@ TEST(StreamBridgeTest, PlansTheTopics) {
   EXPECT_EQ(plans[0].config.at("retention.ms"), "86400000");
   EXPECT_EQ(plans[3].name, "t.forecasts");
   EXPECT_EQ(plans[3].config.at("retention.ms"), "-1");
+  EXPECT_EQ(plans[3].config.at("min.compaction.lag.ms"), "21600000") << "whole trips are kept";
   EXPECT_EQ(plans[2].name, "t.reference");
   EXPECT_EQ(plans[2].partitions, 1);
   EXPECT_EQ(plans[2].config.at("cleanup.policy"), "compact");
@@ -112,7 +119,7 @@ TEST_F(StreamPartsTest, APositionComesOutAsAForecast) {
   for (const VehiclePosition& report : reports) writer.write(report);
   producer.flush();
 
-  StreamGateway gateway(stream);
+  StreamGateway gateway(stream, true);
   EXPECT_EQ(gateway.show(start), nullptr);
   std::shared_ptr<Snapshot> snapshot;
   const auto shown = [&]() -> const TripForecast* {

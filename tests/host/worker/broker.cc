@@ -1,11 +1,13 @@
 #include "host/worker/broker.h"
 
+#include <signal.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 
@@ -19,7 +21,8 @@ std::string why_missing;
 Broker* Broker::get() {
   static const std::unique_ptr<Broker> broker = [] {
     try {
-      return std::unique_ptr<Broker>(new Broker);
+      const char* const nodes = std::getenv("QIV_BROKER_NODES");
+      return std::make_unique<Broker>(nodes == nullptr ? 1 : std::stoi(nodes));
     } catch (const std::runtime_error& error) {
       why_missing = error.what();
       return std::unique_ptr<Broker>();
@@ -32,11 +35,10 @@ const std::string& Broker::missing() {
   return why_missing;
 }
 
-Broker::Broker()
+Broker::Broker(int nodes)
     : _folder((std::filesystem::temp_directory_path() / "qiv-broker-XXXXXX").string()) {
   if (mkdtemp(_folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
-  const char* const nodes = std::getenv("QIV_BROKER_NODES");
-  const int code = run(std::string("start --nodes ") + (nodes == nullptr ? "1" : nodes), &_servers);
+  const int code = run("start --nodes " + std::to_string(nodes), &_servers);
   if (code == 0) return;
   std::filesystem::remove_all(_folder);
   throw std::runtime_error("no broker here: " + _servers);
@@ -59,6 +61,21 @@ int Broker::run(const std::string& command, std::string* said) const {
   while (!text.empty() && text.back() == '\n') text.pop_back();
   if (said != nullptr) *said = text;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int Broker::process() const {
+  int number = 0;
+  std::ifstream(_folder + "/node1.pid") >> number;
+  if (number <= 1) throw std::runtime_error("the broker does not run");
+  return number;
+}
+
+void Broker::pause() const {
+  ::kill(process(), SIGSTOP);
+}
+
+void Broker::go_on() const {
+  ::kill(process(), SIGCONT);
 }
 
 void Broker::restart() {

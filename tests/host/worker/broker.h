@@ -17,6 +17,13 @@ class Broker {
 
   kafka::Properties properties() const;
 
+  /// Another one, with so many nodes, 1 or 3. Throws `std::runtime_error`.
+  explicit Broker(int nodes);
+
+  /// Lets its first node stand still, and go on.
+  void pause() const;
+  void go_on() const;
+
   /// Ends it in an orderly way, and starts it again with the same data.
   void restart();
   /// Runs `scripts/broker COMMAND` for it, and returns its exit code.
@@ -24,8 +31,11 @@ class Broker {
 
   ~Broker();
 
+  Broker(const Broker&) = delete;
+  Broker& operator=(const Broker&) = delete;
+
  private:
-  Broker();
+  int process() const;
 
   std::string _folder;
   std::string _servers;

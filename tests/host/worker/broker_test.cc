@@ -7,10 +7,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdlib>
+#include <random>
+#include <sstream>
+#include <thread>
+
+#include "feed/file_bundle.h"
 #include "host/worker/broker.h"
+#include "host/worker/plain_process.h"
 #include "host/worker/stream_case.h"
+#include "simulate/gtfs_files.h"
 #include "worker/kafka/error.h"
 #include "worker/kafka/topic_admin.h"
+#include "worker/reference_codec.h"
 
 namespace qiv {
 namespace {
@@ -26,7 +36,8 @@ class WorkerProcess {
   WorkerProcess(const StreamCase& stream, const std::string& name) : _process(fork()) {
     if (_process != 0) return;
     execl(QIV_WORKER_PROCESS, QIV_WORKER_PROCESS, stream.properties.at("bootstrap.servers").c_str(),
-          stream.prefix.c_str(), stream.from.c_str(), stream.to.c_str(), name.c_str(), nullptr);
+          stream.prefix.c_str(), std::to_string(unix_seconds(stream.until)).c_str(), name.c_str(),
+          nullptr);
     _exit(127);
   }
   ~WorkerProcess() { kill(); }
@@ -40,12 +51,49 @@ class WorkerProcess {
     _process = -1;
   }
 
+  bool is_alive() const { return waitpid(_process, nullptr, WNOHANG) == 0; }
   void pause() const { ::kill(_process, SIGSTOP); }
   void go_on() const { ::kill(_process, SIGCONT); }
 
  private:
   pid_t _process;
 };
+
+/// When each key is spoken of for the first time and the last, by the plain process.
+std::map<std::string, std::pair<Instant, Instant>> spans_of(const StreamCase& stream) {
+  std::map<std::string, std::pair<Instant, Instant>> spans;
+  for (const StreamMessage& message : testing::plain_process(stream.data, stream.settings)) {
+    const auto [entry, added] = spans.try_emplace(message.key, message.time, message.time);
+    entry->second.second = message.time;
+  }
+  return spans;
+}
+
+/// A trip that is forecast five minutes before and after a moment.
+TripOfVehicle under_way_at(const StreamCase& stream, Instant moment) {
+  constexpr Seconds margin{300};
+  for (const auto& [key, span] : spans_of(stream)) {
+    const auto trip = parse_forecast_key(key);
+    if (trip && span.first < moment - margin && span.second > moment + margin) return *trip;
+  }
+  throw std::runtime_error("no trip is under way");
+}
+
+/// A timetable of the same trips but one; with a file more it is another version.
+std::string timetable_without(const std::string& gtfs, const TripId& gone) {
+  const FileBundle zip = FileBundle::open_zip(gtfs, "timetable");
+  std::map<std::string, std::string> files;
+  for (const std::string& name : zip.entries()) {
+    std::istringstream lines(*zip.read(name));
+    std::string& kept = files[name];
+    for (std::string line; std::getline(lines, line);) {
+      const bool names_it = ("," + line + ",").find("," + gone.text() + ",") != std::string::npos;
+      if (names_it && (name == "trips.txt" || name == "stop_times.txt")) continue;
+      kept += line + "\n";
+    }
+  }
+  return zip_of(files);
+}
 
 class BrokerTest : public ::testing::Test {
  protected:
@@ -54,10 +102,14 @@ class BrokerTest : public ::testing::Test {
   }
 
   /// Makes the topics of a case and writes what comes before the positions.
-  void begin(const std::string& from, const std::string& to) {
+  void begin(const std::string& from, const std::string& to) { begin(testing::recorded(from, to)); }
+
+  void begin(testing::StreamData data) { begin(*Broker::get(), std::move(data)); }
+
+  void begin(const Broker& broker, testing::StreamData data) {
     static int number = 0;
-    stream = std::make_unique<StreamCase>(Broker::get()->properties(),
-                                          "case" + std::to_string(++number), from, to);
+    stream = std::make_unique<StreamCase>(broker.properties(), "case" + std::to_string(++number),
+                                          std::move(data));
     std::vector<kafka::TopicPlan> plans;
     for (const auto& [topic, partitions] : stream->topics()) {
       plans.push_back({topic, partitions, {{"retention.ms", "-1"}}});
@@ -157,6 +209,17 @@ TEST_P(WorkersOnBrokerTest, SayTheSameOfADayAsOneProcessByteForByte) {
   expect_exact();
 }
 
+TEST_P(WorkersOnBrokerTest, SayTheSameOfASimulatedFleetAsOneProcessByteForByte) {
+  begin(testing::simulated(5));
+  std::vector<std::unique_ptr<WorkerThread>> workers;
+  for (int i = 0; i < GetParam(); ++i) {
+    workers.push_back(std::make_unique<WorkerThread>(stream->options(std::to_string(i))));
+  }
+  stream->write_positions();
+  stream->write_end();
+  expect_exact();
+}
+
 INSTANTIATE_TEST_SUITE_P(Number, WorkersOnBrokerTest, ::testing::Values(1, 2, 4));
 
 TEST_F(BrokerTest, AWorkerThatComesInTheMiddleOfTripsGoesOnAsItsPredecessor) {
@@ -193,18 +256,97 @@ TEST_F(BrokerTest, PartitionsChangeHandsInTheMiddleOfTrips) {
   EXPECT_EQ(first.failure(), "");
 }
 
-TEST_F(BrokerTest, WorkersThatAreKilledUnderLoadLoseAndDoubleNothing) {
-  begin("03:00:00", "27:00:00");
-  auto first = std::make_unique<WorkerProcess>(*stream, "a");
-  const WorkerProcess second(*stream, "b");
-  for (int share = 0; share < 4; ++share) {
-    stream->write_positions(0.25 * share, 0.25 * (share + 1));
-    if (share == 3) stream->write_end();
-    usleep(700'000);
-    first->kill();
-    first = std::make_unique<WorkerProcess>(*stream, "a");
+/// Each kill hits one of two workers, at an instant of its own while positions flow.
+class KillsTest : public BrokerTest, public ::testing::WithParamInterface<unsigned> {};
+
+TEST_P(KillsTest, WorkersThatAreKilledAtRandomUnderLoadLoseAndDoubleNothing) {
+  begin(GetParam() == 1 ? testing::recorded("03:00:00", "27:00:00") : testing::simulated(3));
+  std::mt19937 random(GetParam());
+  std::array<std::unique_ptr<WorkerProcess>, 2> workers;
+  const auto start = [&](std::size_t which) {
+    workers[which] = std::make_unique<WorkerProcess>(*stream, std::to_string(which));
+  };
+  start(0);
+  start(1);
+  constexpr int kills = 6;
+  constexpr int slices = 40;
+  for (int slice = 0, killed = 0; slice < slices; ++slice) {
+    stream->write_positions(1.0 * slice / slices, 1.0 * (slice + 1) / slices);
+    std::this_thread::sleep_for(milliseconds(random() % 300));
+    const int left = slices - slice;
+    if (static_cast<int>(random() % static_cast<unsigned>(left)) >= kills - killed) continue;
+    const std::size_t which = random() % workers.size();
+    workers[which]->kill();
+    start(which);
+    ++killed;
   }
+  stream->write_end();
   expect_exact();
+}
+
+INSTANTIATE_TEST_SUITE_P(Seed, KillsTest, ::testing::Values(1U, 2U));
+
+/// The group notices a member that is gone after 6 s here, a tenth of what it is for a minute's
+/// absence by default; transactions time out after 5 s.
+TEST_F(BrokerTest, ACoordinatorThatIsAwayForLongerThanAllTimeoutsLosesAndDoublesNothing) {
+  if (std::getenv("QIV_BROKER_NODES") != nullptr) GTEST_SKIP() << "only of a single node";
+  begin("07:00:00", "10:00:00");
+  WorkerProcess worker(*stream, "w");
+  stream->write_positions(0.0, 0.4);
+  Broker::get()->pause();
+  sleep(9);
+  Broker::get()->go_on();
+  stream->write_positions(0.4, 1.0);
+  stream->write_end();
+  expect_exact();
+  EXPECT_TRUE(worker.is_alive());
+}
+
+TEST_F(BrokerTest, ANodeOfThreeThatIsKilledLosesAndDoublesNothing) {
+  const Broker three(3);
+  begin(three, testing::recorded("07:00:00", "10:00:00"));
+  WorkerThread worker(stream->options("w"));
+  stream->write_positions(0.0, 0.4);
+  ASSERT_EQ(three.run("kill 2"), 0);
+  stream->write_positions(0.4, 1.0);
+  stream->write_end();
+  expect_exact();
+  EXPECT_EQ(worker.failure(), "");
+}
+
+/// Half of the vehicles come from a bridge whose clock is ahead, until it is set right. A
+/// partition's time is then ahead as well; no worker looks at a clock.
+TEST_F(BrokerTest, ClocksThatAreApartDelayNothingAndAreForgotten) {
+  begin("07:00:00", "11:00:00");
+  const testing::StreamData& data = stream->data;
+  constexpr Seconds ahead{90};
+  const Instant right = data.positions.front().received + std::chrono::hours(1);
+  WorkerThread worker(stream->options("w"));
+  {
+    kafka::Producer producer(stream->properties);
+    PositionWriter one(producer, stream->names.positions, testing::stream_agency, Seconds(60));
+    PositionWriter other(producer, stream->names.positions, testing::stream_agency, Seconds(60));
+    for (VehiclePosition position : data.positions) {
+      const bool is_ahead = std::hash<VehicleId>()(position.vehicle) % 2 == 0;
+      if (is_ahead && position.received < right) position.received += ahead;
+      (is_ahead ? other : one).write(position);
+    }
+    one.pass(data.positions.back().received + std::chrono::hours(3));
+    producer.flush();
+  }
+  ASSERT_TRUE(stream->wait_until_done());
+  EXPECT_EQ(worker.failure(), "");
+  // Of the trips that began after the clocks were together again nothing is different.
+  const testing::Said plain = stream->plain();
+  const auto spans = spans_of(*stream);
+  testing::Said later;
+  for (const auto& [key, texts] : plain) {
+    if (spans.at(key).first > right + ahead) later[key] = texts;
+  }
+  testing::Said said = stream->said();
+  EXPECT_EQ(said.size(), plain.size());
+  std::erase_if(said, [&](const auto& entry) { return !later.contains(entry.first); });
+  testing::expect_same(said, later);
 }
 
 TEST_F(BrokerTest, ABrokerThatIsRestartedLosesAndDoublesNothing) {
@@ -244,6 +386,63 @@ TEST_F(BrokerTest, APoisonedMessageBlocksNothing) {
   stream->write_end();
   expect_exact();
   EXPECT_EQ(stream->contents(stream->names.set_aside).size(), 4U);
+}
+
+/// Settings of one version and then of another, then another timetable, while positions flow and
+/// two workers are at work; and one worker after the other is replaced.
+TEST_F(BrokerTest, ARollingUpgradeLosesNothingAndDoublesNothing) {
+  begin("07:00:00", "10:00:00");
+  const testing::Said plain = stream->plain();
+  const auto moment = stream->data.positions[stream->data.positions.size() * 6 / 10].received;
+  const TripOfVehicle gone = under_way_at(*stream, moment);
+  auto first = std::make_unique<WorkerThread>(stream->options("first"));
+  auto second = std::make_unique<WorkerThread>(stream->options("second"));
+  kafka::Producer producer(stream->properties);
+  const auto new_settings = [&](int turnaround_s) {
+    LearnedSettings settings;
+    settings.turnaround = Seconds(turnaround_s);  // which no vehicle under way depends on
+    producer.send(stream->names.reference, 0, encode_settings(settings, stream->until));
+    producer.flush();
+  };
+  stream->write_positions(0.0, 0.2);
+  new_settings(1);
+  stream->write_positions(0.2, 0.3);
+  first = std::make_unique<WorkerThread>(stream->options("first of the next version"));
+  stream->write_positions(0.3, 0.4);
+  second = std::make_unique<WorkerThread>(stream->options("second of the next version"));
+  new_settings(2);
+  stream->write_positions(0.4, 0.6);
+  ASSERT_TRUE(stream->wait_until_done());
+  const std::string gtfs = timetable_without(stream->data.gtfs, gone.trip.trip);
+  for (const StreamMessage& message : encode_network(gtfs, stream->until, 20'000)) {
+    producer.send(stream->names.reference, 0, message);
+  }
+  producer.flush();
+  const auto uses_it = [&](WorkerThread& worker) {
+    const WorkerCounts counts = worker.worker().counts();
+    return counts.network_version == network_version(gtfs) && counts.on_former_basis == 0;
+  };
+  ASSERT_TRUE(testing::eventually([&] { return uses_it(*first) && uses_it(*second); }));
+  stream->write_positions(0.6, 1.0);
+  stream->write_end();
+  ASSERT_TRUE(stream->wait_until_done());
+  EXPECT_EQ(first->failure() + second->failure(), "");
+  testing::Said said = stream->said();
+  const std::vector<std::string> of_gone = said.at(forecast_key(gone));
+  EXPECT_LT(of_gone.size(), plain.at(forecast_key(gone)).size());
+  EXPECT_THAT(of_gone.back(), ::testing::HasSubstr("left at"));
+  // Nothing else is different, but for what the histories have of the trip that is gone.
+  const Network& network = *stream->data.network;
+  const auto pattern = network.find_trip(gone.trip.trip)->pattern;
+  testing::Said rest = plain;
+  const auto may_differ = [&](const auto& entry) {
+    const auto trip = parse_forecast_key(entry.first);
+    if (!trip) return entry.first == position_key(gone.agency, gone.vehicle);
+    return trip->vehicle == gone.vehicle || network.find_trip(trip->trip.trip)->pattern == pattern;
+  };
+  std::erase_if(said, may_differ);
+  std::erase_if(rest, may_differ);
+  testing::expect_same(said, rest);
 }
 
 TEST_F(BrokerTest, NewSettingsAreTakenUpInTheMiddleOfTrips) {

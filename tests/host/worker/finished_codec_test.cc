@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace qiv {
 namespace {
 
@@ -79,6 +81,14 @@ TEST(FinishedCodecTest, WhatCannotBeUsedSaysWhy) {
   FinishedTrip late = finished_trip();
   late.finished = from_unix_seconds(1LL << 50);
   EXPECT_EQ(reason(encode_finished(late)), "its end is not between 1970 and 2200");
+  FinishedTrip early = finished_trip();
+  early.run.progress.back().received = from_unix_seconds(-1);
+  const std::string unusable =
+      "its progress has times that are not between 1970 and 2200, or no places";
+  EXPECT_EQ(reason(encode_finished(early)), unusable);
+  FinishedTrip nowhere = finished_trip();
+  nowhere.run.progress.front().offset_m = std::nan("");
+  EXPECT_EQ(reason(encode_finished(nowhere)), unusable);
 }
 
 }  // namespace

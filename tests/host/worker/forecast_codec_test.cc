@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "host/support/straight_line.h"
 #include "qiv-stream.pb.h"
 
@@ -103,6 +105,48 @@ TEST_F(ForecastCodecTest, NothingIsLost) {
     EXPECT_EQ(a.stops[i].library_lower, b.stops[i].library_lower);
     EXPECT_EQ(a.stops[i].library_upper, b.stops[i].library_upper);
   }
+}
+
+TEST_F(ForecastCodecTest, LegsAreCarriedToo) {
+  given.forecast.stops = {};
+  const JourneyPattern& pattern = network.pattern(*network.find_pattern(given.forecast.pattern));
+  for (std::uint32_t i = 0; i + 1 < pattern.stops.size(); ++i) {
+    LegForecast leg;
+    leg.from = pattern.stops[i].stop;
+    leg.to = pattern.stops[i + 1].stop;
+    leg.from_sequence = i + 1;
+    leg.to_sequence = i + 2;
+    leg.observed = i == 0;
+    if (i == 1) leg.elapsed = Seconds(0);
+    leg.travel_time = Seconds(100 + i);
+    leg.spread_s = 1.0 / 3.0;
+    leg.library_lower = Seconds(90 + i);
+    leg.library_upper = Seconds(110 + i);
+    given.forecast.legs.push_back(leg);
+  }
+  const auto decoded = decode_forecast(encode_forecast(given, network), network);
+  const TripForecast& back = std::get<VehicleForecast>(std::get<0>(decoded)).forecast;
+  EXPECT_TRUE(back.stops.empty());
+  ASSERT_EQ(back.legs.size(), given.forecast.legs.size());
+  for (std::size_t i = 0; i < back.legs.size(); ++i) {
+    const LegForecast& a = back.legs[i];
+    const LegForecast& b = given.forecast.legs[i];
+    EXPECT_EQ(std::tie(a.from, a.to, a.from_sequence, a.to_sequence, a.observed, a.elapsed,
+                       a.travel_time, a.spread_s, a.library_lower, a.library_upper),
+              std::tie(b.from, b.to, b.from_sequence, b.to_sequence, b.observed, b.elapsed,
+                       b.travel_time, b.spread_s, b.library_lower, b.library_upper));
+  }
+  EXPECT_EQ(reason(with([](auto& f) { f.mutable_legs()->RemoveLast(); })),
+            "the forecast cannot be read: its legs are not those of its pattern");
+  EXPECT_EQ(reason(with([](auto& f) { f.mutable_legs(2)->set_travel_time(-1); })),
+            "the forecast cannot be read: its legs are not those of its pattern");
+}
+
+TEST_F(ForecastCodecTest, AnOlderReaderPassesOverWhatItDoesNotKnow) {
+  const StreamMessage message = with([](stream::Forecast& f) {
+    f.GetReflection()->MutableUnknownFields(&f)->AddLengthDelimited(1000)->assign("later");
+  });
+  EXPECT_EQ(reason(message), "");
 }
 
 TEST_F(ForecastCodecTest, AnyReaderOfTheStandardUnderstandsIt) {

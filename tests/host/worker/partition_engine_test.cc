@@ -18,7 +18,7 @@ class PartitionEngineTest : public ::testing::Test {
     return {network, settings, [](PatternIndex, const Grid&) { return std::vector<Trajectory>(); }};
   }
 
-  /// In short: "forecast v", "left v", "finished v".
+  /// In short: "forecast v", "left v", "finished v". Not what is made of the vehicles.
   static std::vector<std::string> told(const std::vector<PartitionOutput>& output) {
     std::vector<std::string> texts;
     for (const PartitionOutput& one : output) {
@@ -26,11 +26,17 @@ class PartitionEngineTest : public ::testing::Test {
         texts.push_back("forecast " + forecast->forecast.vehicle.text());
       } else if (const auto* const left = std::get_if<LeftTrip>(&one)) {
         texts.push_back((left->finished ? "arrived " : "left ") + left->trip.vehicle.text());
-      } else {
-        texts.push_back("finished " + std::get<FinishedTrip>(one).run.vehicle.text());
+      } else if (const auto* const finished = std::get_if<FinishedTrip>(&one)) {
+        texts.push_back("finished " + finished->run.vehicle.text());
       }
     }
     return texts;
+  }
+
+  void drop_states() {
+    std::erase_if(output, [](const PartitionOutput& one) {
+      return std::holds_alternative<VehicleState>(one);
+    });
   }
 
   Network network = testing::straight_network();
@@ -70,6 +76,7 @@ TEST_F(PartitionEngineTest, TheEndOfATripIsToldAndGivenToTheHistories) {
     position.time = position.received = at("08:00:00") + Seconds(30 * i);
     engine.take(position, output);
   }
+  drop_states();
   EXPECT_THAT(told(output), ElementsAre("forecast v", "arrived v", "finished v"));
   EXPECT_EQ(std::get<LeftTrip>(output[1]).when, at("08:08:00"));
   EXPECT_EQ(std::get<FinishedTrip>(output[2]).run.progress.size(), 17U);
@@ -81,8 +88,9 @@ TEST_F(PartitionEngineTest, TimeAloneEndsTheTripOfASilentVehicleAtItsMoment) {
   engine.take(fix("v", "out", "08:01:00", 500), output);
   output.clear();
   engine.advance(at("08:20:00"), output);
-  EXPECT_TRUE(output.empty());
+  EXPECT_THAT(told(output), ElementsAre());
   engine.advance(at("09:00:00"), output);
+  drop_states();
   EXPECT_THAT(told(output), ElementsAre("left v", "finished v"));
   EXPECT_GT(std::get<LeftTrip>(output[0]).when, at("08:20:00"));
   EXPECT_LT(std::get<LeftTrip>(output[0]).when, at("08:30:00"));
@@ -107,15 +115,83 @@ TEST_F(PartitionEngineTest, LearnsWhatItIsGivenOnly) {
     first.take(position, output);
   }
   const auto finished = std::get<FinishedTrip>(output.back());
-  const auto basis_after = [&](PartitionEngine& engine) {
+  const auto basis_after = [&](PartitionEngine& engine, const char* vehicle = "w") {
     output.clear();
-    engine.take(fix("w", "later", "09:01:00", 500), output);
+    engine.take(fix(vehicle, "later", "09:01:00", 500), output);
     return std::get<VehicleForecast>(output.back()).forecast.basis;
   };
   EXPECT_EQ(basis_after(first), ForecastBasis::timetable);
   PartitionEngine second = make();
   second.learn_from(finished);
-  EXPECT_EQ(basis_after(second), ForecastBasis::history);
+  EXPECT_EQ(basis_after(second), ForecastBasis::timetable) << "its history was asked, not it";
+  second.learn_from(finished);
+  EXPECT_EQ(basis_after(second, "x"), ForecastBasis::history);
+}
+
+TEST_F(PartitionEngineTest, WhatIsMadeOfAVehicleIsToldWhenItChanges) {
+  PartitionEngine engine = make();
+  const auto states = [&] {
+    std::vector<std::string> texts;
+    for (const PartitionOutput& one : output) {
+      const auto* const state = std::get_if<VehicleState>(&one);
+      if (state == nullptr) continue;
+      texts.push_back(state->said.vehicle.text() + " " + to_string(state->said.status) + " since " +
+                      format_utc(state->said.since).substr(11, 8) +
+                      (state->said.trip ? " on " + state->said.trip->trip.text() : ""));
+    }
+    output.clear();
+    return texts;
+  };
+  engine.take(fix("v", "out", "08:00:00", 0), output);
+  EXPECT_THAT(states(), ElementsAre("v waiting since 08:00:00 on out"));
+  engine.take(fix("v", "out", "08:01:00", 500), output);
+  EXPECT_THAT(states(), ElementsAre("v under way since 08:01:00 on out"));
+  engine.take(fix("v", "out", "08:02:00", 1000), output);
+  EXPECT_THAT(states(), ElementsAre());
+  engine.take(fix("w", "nowhere", "08:02:00", 1000), output);
+  EXPECT_THAT(states(), ElementsAre("w unknown trip since 08:02:00"));
+  for (const char* const time : {"08:12:00", "08:22:00"}) {
+    engine.take(fix("w", "nowhere", time, 1000), output);
+    EXPECT_THAT(states(), ElementsAre());
+  }
+  engine.take(fix("w", "nowhere", "08:32:00", 1000), output);
+  EXPECT_THAT(states(), ElementsAre("v stale since 08:22:01"));
+  for (const char* const time : {"08:42:00", "08:52:00"}) {
+    engine.take(fix("w", "nowhere", time, 1000), output);
+    EXPECT_THAT(states(), ElementsAre());
+  }
+  engine.take(fix("w", "nowhere", "09:02:00", 1000), output);
+  EXPECT_THAT(states(), ElementsAre("w unknown trip since 08:02:00")) << "said again each hour";
+}
+
+TEST_F(PartitionEngineTest, AForecastComesWithThePlacesThatWereNotToldBefore) {
+  PartitionEngine engine = make();
+  const auto places = [&](const VehiclePosition& position) {
+    output.clear();
+    engine.take(position, output);
+    const auto& followed = std::get<VehicleForecast>(output.back()).followed;
+    std::string text = std::to_string(followed->from) + ":";
+    for (const Progress& place : followed->progress) {
+      text += " " + std::to_string(std::lround(place.offset_m));
+    }
+    return text;
+  };
+  EXPECT_EQ(places(fix("v", "out", "08:00:00", 0)), "0:");
+  EXPECT_EQ(places(fix("v", "out", "08:01:00", 500)), "1: 500");
+  EXPECT_EQ(places(fix("v", "out", "08:02:00", 1000)), "2: 1000");
+  EXPECT_EQ(places(fix("v", "out", "08:02:30", 1000)), "2: 1000") << "it stands: the last again";
+  EXPECT_EQ(places(fix("v", "out", "08:03:00", 1500)), "3: 1500");
+}
+
+TEST_F(PartitionEngineTest, KnowsTheTripsThatVehiclesAreOn) {
+  PartitionEngine engine = make();
+  EXPECT_TRUE(engine.under_way().empty());
+  engine.take(fix("v", "out", "08:01:00", 500), output);
+  const std::map<VehicleId, TripKey> expected = {
+      {VehicleId("v"), {TripId("out"), testing::monday, Seconds(0)}}};
+  EXPECT_EQ(engine.under_way(), expected);
+  engine.advance(at("09:00:00"), output);
+  EXPECT_TRUE(engine.under_way().empty());
 }
 
 TEST_F(PartitionEngineTest, CountsTheVehiclesThatItRemembers) {

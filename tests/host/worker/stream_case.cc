@@ -4,38 +4,12 @@
 
 #include <algorithm>
 
-#include "engine/engine.h"
-#include "feed/file_bundle.h"
-#include "feed/gtfs.h"
-#include "feed/position_source.h"
-#include "network/build_network.h"
-#include "track/tracker.h"
+#include "host/worker/plain_process.h"
 
 namespace qiv::testing {
 namespace {
 
-const std::string folder = std::string(QIV_DATA_DIR) + "/dart-2025";
-const AgencyId agency("dart");
-const ServiceDate day = *ServiceDate::parse("20251007");
 constexpr Seconds mark_interval{60};
-
-std::vector<VehiclePosition> read_day(const std::string& date) {
-  std::vector<VehiclePosition> all;
-  read_positions(folder + "/positions-" + date + ".csv.gz",
-                 [&](const std::vector<VehiclePosition>& batch) {
-                   all.insert(all.end(), batch.begin(), batch.end());
-                 });
-  return all;
-}
-
-std::shared_ptr<const Network> make_network(const std::string& gtfs) {
-  return std::make_shared<const Network>(
-      build_network(read_gtfs(FileBundle::open_zip(gtfs, "timetable")).timetable));
-}
-
-std::string gtfs_bytes() {
-  return *FileBundle::open(folder).read("gtfs.zip");
-}
 
 std::string said_of(const StreamMessage& message) {
   if (message.value) return *message.value;
@@ -44,55 +18,28 @@ std::string said_of(const StreamMessage& message) {
 
 }  // namespace
 
-StreamCase::StreamCase(kafka::Properties given, const std::string& topics, const std::string& begin,
-                       const std::string& end)
+StreamCase::StreamCase(kafka::Properties given, const std::string& topics, StreamData stream_data)
     : properties(std::move(given)),
       prefix(topics),
-      from(begin),
-      to(end),
       names(topics),
-      network(make_network(gtfs_bytes())) {
-  positions = read_day("20251007");
-  const Instant first = network->clock().at(day, *parse_time_of_day(from));
-  const Instant last = network->clock().at(day, *parse_time_of_day(to));
-  std::erase_if(positions, [&](const VehiclePosition& position) {
-    return position.received < first || position.received >= last;
-  });
-  read_histories();
-  until = positions.front().received - Seconds(1);
-}
-
-void StreamCase::read_histories() {
-  for (const char* const date : {"20251001", "20251002", "20251006"}) {
-    Tracker tracker(*network);
-    std::vector<TrackEvent> events;
-    for (const VehiclePosition& position : read_day(date)) {
-      tracker.advance(position.received, events);
-      tracker.update(position, events);
-    }
-    for (TrackEvent& event : events) {
-      auto* const ended = std::get_if<TripEnded>(&event);
-      if (ended == nullptr || ended->run.progress.empty()) continue;
-      histories.push_back({agency, std::move(ended->run), ended->received});
-    }
-  }
-}
+      data(std::move(stream_data)),
+      until(data.positions.front().received - Seconds(1)) {}
 
 std::map<std::string, int> StreamCase::topics() const {
   return {{names.positions, partitions},
           {names.finished, 2},
           {names.reference, 1},
-          {names.forecasts, 3},
+          {names.forecasts, 6},
           {names.set_aside, 1}};
 }
 
 void StreamCase::write_reference() {
   kafka::Producer producer(properties);
-  for (const StreamMessage& message : encode_network(gtfs_bytes(), until, 20'000)) {
+  for (const StreamMessage& message : encode_network(data.gtfs, until, 20'000)) {
     producer.send(names.reference, 0, message);
   }
-  producer.send(names.reference, 0, encode_settings(_settings, until));
-  for (const FinishedTrip& trip : histories) {
+  producer.send(names.reference, 0, encode_settings(settings, until));
+  for (const FinishedTrip& trip : data.histories) {
     producer.send(names.finished, finished_group(key_of(trip)), encode_finished(trip));
   }
   producer.flush();
@@ -101,94 +48,62 @@ void StreamCase::write_reference() {
 void StreamCase::write_positions(double begin, double end) {
   if (_producer == nullptr) {
     _producer = std::make_unique<kafka::Producer>(properties);
-    _writer = std::make_unique<PositionWriter>(*_producer, names.positions, agency, mark_interval);
+    _writer =
+        std::make_unique<PositionWriter>(*_producer, names.positions, stream_agency, mark_interval);
   }
   const auto at = [&](double share) {
-    return static_cast<std::size_t>(share * static_cast<double>(positions.size()));
+    return static_cast<std::size_t>(share * static_cast<double>(data.positions.size()));
   };
-  for (std::size_t i = at(begin); i < at(end); ++i) _writer->write(positions[i]);
+  for (std::size_t i = at(begin); i < at(end); ++i) _writer->write(data.positions[i]);
   _producer->flush();
 }
 
 void StreamCase::write_poison() {
   for (std::int32_t partition = 0; partition < partitions; ++partition) {
     _producer->send(names.positions, partition,
-                    make_message("poison", "\xff\xff\xff", positions.front().received));
+                    make_message("poison", "\xff\xff\xff", data.positions.front().received));
   }
   _producer->flush();
 }
 
 void StreamCase::write_end() {
-  _writer->pass(positions.back().received + std::chrono::hours(3));
+  _writer->pass(data.positions.back().received + std::chrono::hours(3));
   _producer->flush();
 }
 
 Said StreamCase::plain() const {
-  Engine engine(*network, _settings, [&] {
-    auto book = std::make_shared<HistoryBook>();
-    for (const FinishedTrip& trip : histories) book->take(trip);
-    return HistorySource(
-        [book, source = book->source(*network)](PatternIndex pattern, const Grid& grid) {
-          return source(pattern, grid);
-        });
-  }());
-  Tracker tracker(*network);
-  std::vector<TrackEvent> events;
   Said said;
-  std::map<VehicleId, Instant> assigned;
-  const auto say = [&](const VehicleId& vehicle, Instant now) {
-    auto forecast = engine.shard(engine.shard_of(vehicle)).forecast(vehicle, now);
-    if (!forecast) return;
-    const StreamMessage message =
-        encode_forecast({agency, *forecast, assigned[vehicle], false}, *network);
+  for (const StreamMessage& message : plain_process(data, settings)) {
     said[message.key].push_back(said_of(message));
-  };
-  const auto handle = [&](const VehiclePosition* position) {
-    bool told = false;
-    const bool any = !events.empty();
-    for (const TrackEvent& event : events) {
-      engine.apply(event);
-      if (const auto* const began = std::get_if<TripAssigned>(&event)) {
-        assigned[began->vehicle] = began->received;
-      } else if (const auto* const progress = std::get_if<Progress>(&event)) {
-        say(progress->vehicle, progress->received);
-        told = true;
-      } else if (const auto* const ended = std::get_if<TripEnded>(&event)) {
-        const StreamMessage message = encode_left({{agency, ended->run.trip, ended->run.vehicle},
-                                                   ended->received,
-                                                   ended->reason == TripEnded::Reason::finished});
-        said[message.key].push_back(said_of(message));
-      }
-    }
-    events.clear();
-    if (position != nullptr && any && !told) say(position->vehicle, position->received);
-  };
-  for (const VehiclePosition& position : positions) {
-    tracker.advance(position.received, events);
-    handle(nullptr);
-    tracker.update(position, events);
-    handle(&position);
   }
-  tracker.advance(positions.back().received + std::chrono::hours(3), events);
-  handle(nullptr);
   return said;
 }
 
 WorkerOptions StreamCase::options(const std::string& worker) const {
-  WorkerOptions options;
-  options.properties = properties;
-  options.topics = names;
-  options.agency = agency;
-  options.group = names.positions + ".group";
-  options.transactional_id = names.positions + "." + worker;
-  options.window = std::chrono::hours(24);
-  options.histories_until = until;
-  options.make_network = make_network;
-  return options;
+  return stream_options(properties, prefix, until, worker);
 }
 
 WorkerOptions StreamCase::quick_options(const std::string& worker) const {
-  WorkerOptions quick = options(worker);
+  return stream_quick_options(properties, prefix, until, worker);
+}
+
+WorkerOptions stream_options(const kafka::Properties& properties, const std::string& prefix,
+                             Instant until, const std::string& worker) {
+  WorkerOptions options;
+  options.properties = properties;
+  options.topics = Topics(prefix);
+  options.agency = stream_agency;
+  options.group = options.topics.positions + ".group";
+  options.transactional_id = options.topics.positions + "." + worker;
+  options.window = std::chrono::hours(24);
+  options.histories_until = until;
+  options.make_network = network_of;
+  return options;
+}
+
+WorkerOptions stream_quick_options(const kafka::Properties& properties, const std::string& prefix,
+                                   Instant until, const std::string& worker) {
+  WorkerOptions quick = stream_options(properties, prefix, until, worker);
   quick.properties["session.timeout.ms"] = "6000";
   quick.properties["transaction.timeout.ms"] = "5000";
   quick.transaction = std::chrono::milliseconds(30);

@@ -7,9 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "host/worker/stream_data.h"
 #include "model/settings.h"
-#include "model/vehicle_position.h"
-#include "network/network.h"
 #include "worker/kafka/handle.h"
 #include "worker/position_writer.h"
 #include "worker/worker.h"
@@ -19,15 +18,14 @@ namespace qiv::testing {
 /// What readers of the forecasts see: for each key, what was said of it in order.
 using Said = std::map<std::string, std::vector<std::string>>;
 
-/// A stretch of the recorded city, with the trips of the days before as histories that are held
+/// Data on their way through a stream, with the trips of the days before as histories that are held
 /// still.
 class StreamCase {
  public:
   static constexpr int partitions = 4;
 
-  /// `prefix` names its topics; the stretch is of 7 October 2025, local time "HH:MM:SS".
-  StreamCase(kafka::Properties properties, const std::string& prefix, const std::string& from,
-             const std::string& to);
+  /// `prefix` names its topics.
+  StreamCase(kafka::Properties properties, const std::string& prefix, StreamData data);
   StreamCase(const StreamCase&) = delete;
   StreamCase& operator=(const StreamCase&) = delete;
 
@@ -65,21 +63,21 @@ class StreamCase {
 
   kafka::Properties properties;
   std::string prefix;
-  std::string from;
-  std::string to;
   Topics names;
-  std::shared_ptr<const Network> network;
-  std::vector<VehiclePosition> positions;  ///< in order of receipt
-  std::vector<FinishedTrip> histories;
+  StreamData data;
+  LearnedSettings settings;
   Instant until{};  ///< of the histories
 
  private:
-  void read_histories();
-
-  LearnedSettings _settings;
   std::unique_ptr<kafka::Producer> _producer;
   std::unique_ptr<PositionWriter> _writer;
 };
+
+/// The options of a worker on the topics of that prefix, whatever the data; and the quick ones.
+WorkerOptions stream_options(const kafka::Properties& properties, const std::string& prefix,
+                             Instant until, const std::string& worker);
+WorkerOptions stream_quick_options(const kafka::Properties& properties, const std::string& prefix,
+                                   Instant until, const std::string& worker);
 
 /// A worker in a thread of its own, as long as it lives.
 class WorkerThread {

@@ -1,18 +1,19 @@
 // A worker as a program of its own, for tests that kill it:
-//   worker_process SERVERS PREFIX FROM TO NAME
+//   worker_process SERVERS PREFIX UNTIL NAME
 
 #include <iostream>
 
 #include "host/worker/stream_case.h"
 
 int main(int argc, char** argv) {
-  if (argc != 6) return 2;
+  if (argc != 5) return 2;
   try {
-    const qiv::testing::StreamCase stream({{"bootstrap.servers", argv[1]}}, argv[2], argv[3],
-                                          argv[4]);
-    qiv::Worker(stream.quick_options(argv[5])).run(std::stop_token());
+    const auto until = qiv::from_unix_seconds(std::stoll(argv[3]));
+    qiv::Worker(qiv::testing::stream_quick_options({{"bootstrap.servers", argv[1]}}, argv[2], until,
+                                                   argv[4]))
+        .run(std::stop_token());
   } catch (const std::exception& error) {
-    std::cerr << "worker " << argv[5] << ": " << error.what() << "\n";
+    std::cerr << "worker " << argv[4] << ": " << error.what() << "\n";
   }
   return 1;
 }

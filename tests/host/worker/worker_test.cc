@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <mutex>
 
 #include "host/worker/mock_cluster.h"
 #include "host/worker/stream_case.h"
+#include "worker/reference_codec.h"
 
 namespace qiv {
 namespace {
@@ -20,7 +22,8 @@ using testing::WorkerThread;
 /// broker.
 class WorkerTest : public ::testing::Test {
  protected:
-  WorkerTest() : stream(cluster.properties(), "dart", "07:00:00", "09:00:00") {
+  explicit WorkerTest(testing::StreamData data = testing::recorded("07:00:00", "09:00:00"))
+      : stream(cluster.properties(), "dart", std::move(data)) {
     for (const auto& [topic, partitions] : stream.topics()) cluster.make_topic(topic, partitions);
     stream.write_reference();
   }
@@ -68,6 +71,21 @@ TEST_P(WorkersTest, SayTheSameAsOneProcessByteForByte) {
 
 INSTANTIATE_TEST_SUITE_P(Number, WorkersTest, ::testing::Values(1, 2, 4));
 
+class FleetWorkersTest : public WorkerTest, public ::testing::WithParamInterface<int> {
+ protected:
+  FleetWorkersTest() : WorkerTest(testing::simulated(7)) {}
+};
+
+TEST_P(FleetWorkersTest, SayTheSameOfASimulatedFleetAsOneProcessByteForByte) {
+  start(GetParam());
+  stream.write_positions();
+  stream.write_end();
+  finish();
+  testing::expect_same(stream.said(), stream.plain());
+}
+
+INSTANTIATE_TEST_SUITE_P(Number, FleetWorkersTest, ::testing::Values(2));
+
 TEST_F(WorkerTest, APoisonedMessageIsSetAsideWithItsReasonAndBlocksNothing) {
   start(1);
   stream.write_positions(0.0, 0.5);
@@ -92,17 +110,56 @@ TEST_F(WorkerTest, HistoriesGrowByTheTripsOfAllWorkers) {
   workers.push_back(std::make_unique<WorkerThread>(options));
   stream.write_positions();
   stream.write_end();
+  /// How many of the trips of these hours join the histories.
+  const auto joined = [&] {
+    const LearnedSettings settings;
+    HistoryBook book(*stream.data.network, settings);
+    std::size_t count = 0;
+    for (const kafka::Received& one : stream.contents(stream.names.finished)) {
+      const auto trip = std::get<FinishedTrip>(decode_finished(one.message));
+      if (book.take(trip) && trip.finished > stream.until) ++count;
+    }
+    return count;
+  };
   WorkerCounts counts;
   EXPECT_TRUE(testing::eventually([&] {
     counts = workers[0]->worker().counts();
-    return counts.positions == stream.written() &&
-           counts.trips_learned == stream.histories.size() + counts.trips_finished;
+    return counts.positions == stream.written() && counts.trips_learned > 5 &&
+           counts.trips_learned == joined();
   }));
-  EXPECT_GT(counts.trips_finished, 20U);
+  EXPECT_GT(counts.trips_finished, counts.trips_learned) << "some are no trips to learn from";
+}
+
+TEST_F(WorkerTest, ATimetableThatCannotBeReadLeavesTheFormerInForce) {
+  std::mutex mutex;
+  std::string told;
+  WorkerOptions options = stream.options("w");
+  options.report = [&](const std::string& text) {
+    const std::lock_guard lock(mutex);
+    told += text + "\n";
+  };
+  workers.push_back(std::make_unique<WorkerThread>(options));
+  stream.write_positions(0.0, 0.5);
+  {
+    kafka::Producer producer(stream.properties);
+    for (const StreamMessage& message : encode_network("no zip file", stream.until)) {
+      producer.send(stream.names.reference, 0, message);
+    }
+    producer.flush();
+  }
+  EXPECT_TRUE(testing::eventually([&] {
+    const std::lock_guard lock(mutex);
+    return told.find("what is new in the reference is not used: ") != std::string::npos;
+  }));
+  EXPECT_EQ(workers[0]->worker().counts().network_version, network_version(stream.data.gtfs));
+  stream.write_positions(0.5, 1.0);
+  stream.write_end();
+  finish();
+  testing::expect_same(stream.said(), stream.plain());
 }
 
 TEST_F(WorkerTest, WithoutATimetableItWaits) {
-  StreamCase other(cluster.properties(), "other", "07:00:00", "07:10:00");
+  StreamCase other(cluster.properties(), "other", testing::recorded("07:00:00", "07:10:00"));
   for (const auto& [topic, partitions] : other.topics()) cluster.make_topic(topic, partitions);
   WorkerThread worker(other.options("w"));
   other.write_positions();
