@@ -71,7 +71,7 @@ unsigned int ForecastAlgorithm::initialize_arrival_times(const Vehicle* vehicle)
   for (unsigned int j = 0; j < nb_bus_stops; ++j) {
     const double offset = _bus_route->get_offset(j);
     if (offset > vehicle->get_last_offset()) return j;
-    set_observed(j, offset > 0.0 ? round(passing_time(vehicle, offset, p_index))
+    set_observed(j, offset > 0.0 ? nearest_integer(passing_time(vehicle, offset, p_index))
                                  : vehicle->get_start_time());
   }
   return nb_bus_stops;
@@ -91,7 +91,7 @@ unsigned int ForecastAlgorithm::initialize_travel_times(const Vehicle* vehicle) 
     if (offset > vehicle->get_last_offset()) return j;
     // Only the first stop takes the start time for an offset at or before 0.
     const double next_arrival_time = passing_time(vehicle, offset, p_index);
-    set_observed(j - 1, round(next_arrival_time - last_arrival_time));
+    set_observed(j - 1, nearest_integer(next_arrival_time - last_arrival_time));
     last_arrival_time = next_arrival_time;
   }
   return nb_bus_stops;
@@ -115,7 +115,7 @@ void ForecastAlgorithm::forecast_arrival_times(const Vehicle*, const History*, c
 void ForecastAlgorithm::forecast_travel_times(const Vehicle*, const History*, category_t) {}
 
 long long ForecastAlgorithm::round(double x) {
-  return floor_to_integer(x + 0.5);
+  return nearest_integer(x);
 }
 
 // The time at which the vehicle passed `offset`, not rounded; the search goes on from update

@@ -223,10 +223,10 @@ void KernelRegression::compute_arrival_times(const Vehicle* vehicle, const Histo
 
     const double arrival_time = static_cast<double>(last_time) + conditional_mean;
     const double conditional_std = std::sqrt(conditional_var);
-    const long long lower_bound = round(arrival_time - conditional_std);
+    const long long lower_bound = nearest_integer(arrival_time - conditional_std);
     Time& row = (*_forecast)[j];
-    row.set_time(round(arrival_time));
-    row.set_upper_confidence_bound(round(arrival_time + conditional_std));
+    row.set_time(nearest_integer(arrival_time));
+    row.set_upper_confidence_bound(nearest_integer(arrival_time + conditional_std));
     row.set_lower_confidence_bound(last_time > lower_bound ? last_time : lower_bound);
     row.set_conditional_var(conditional_var);
     row.set_conditional_mean(conditional_mean);
@@ -249,10 +249,10 @@ void KernelRegression::compute_travel_times(const History* history, unsigned int
     if (j - 1 >= _forecast->size()) return;
 
     const double conditional_std = std::sqrt(conditional_var);
-    const long long lower_bound = round(conditional_mean - conditional_std);
+    const long long lower_bound = nearest_integer(conditional_mean - conditional_std);
     Time& row = (*_forecast)[j - 1];
-    row.set_time(round(conditional_mean));
-    row.set_upper_confidence_bound(round(conditional_mean + conditional_std));
+    row.set_time(nearest_integer(conditional_mean));
+    row.set_upper_confidence_bound(nearest_integer(conditional_mean + conditional_std));
     row.set_lower_confidence_bound(lower_bound < 0 ? 0 : lower_bound);
     row.set_conditional_var(conditional_var);
     row.set_conditional_mean(conditional_mean);

@@ -44,4 +44,9 @@ inline long long floor_to_integer(double x) {
   return static_cast<double>(whole) > x && x >= -9223372036854775808.0 ? whole - 1 : whole;
 }
 
+/// floor(`x` + 0.5): halves go up. The smallest `long long` where `truncate` gives it.
+inline long long nearest_integer(double x) {
+  return floor_to_integer(x + 0.5);
+}
+
 #endif  // QIV_EXACT_H
