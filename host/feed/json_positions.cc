@@ -22,6 +22,17 @@ constexpr int deepest_nesting = 32;
 /// From here on a number is milliseconds: as seconds it would be in the year 5138.
 constexpr double least_milliseconds = 1e11;
 
+/// The value that the pointer leads to; null where there is none. A pointer that fits every object
+/// may still be none for a list, such as "/", or "/01".
+const json* value_at(const json& value, const std::string& pointer) {
+  try {
+    const json::json_pointer path(pointer);
+    return value.contains(path) ? &value.at(path) : nullptr;
+  } catch (const json::exception&) {
+    return nullptr;
+  }
+}
+
 /// One message, field by field.
 class Message {
  public:
@@ -30,10 +41,8 @@ class Message {
   const json* find(const char* field) const {
     const auto entry = _fields.pointers.find(field);
     if (entry == _fields.pointers.end()) return nullptr;
-    const json::json_pointer pointer(entry->second);
-    if (!_value.contains(pointer)) return nullptr;
-    const json& value = _value[pointer];
-    return value.is_null() ? nullptr : &value;
+    const json* const value = value_at(_value, entry->second);
+    return value == nullptr || value->is_null() ? nullptr : value;
   }
 
   std::string text(const char* field) const {
@@ -64,7 +73,9 @@ class Message {
 
   std::optional<Instant> time() const {
     if (const json* const value = find("time"); value != nullptr && value->is_string()) {
-      if (const auto time = parse_iso8601(value->get_ref<const std::string&>())) return time;
+      if (const auto time = parse_iso8601(value->get_ref<const std::string&>())) {
+        return is_plausible_time(*time) ? time : std::nullopt;
+      }
     }
     const auto seconds = number("time");
     if (!seconds || !std::isfinite(*seconds)) return std::nullopt;
@@ -169,14 +180,13 @@ PositionBatch read_json_positions(std::string_view bytes, const JsonFields& fiel
   const json message = json::parse(bytes, watch_depth, false);
   if (too_deep) return reject("message nested too deeply");
   if (message.is_discarded()) return reject("message is no JSON");
-  const json::json_pointer list(fields.list);
-  if (!message.contains(list)) return reject("message has no list of positions");
-  const json& positions = message[list];
-  if (!positions.is_array()) {
-    collect(positions, fields, options, collector);
+  const json* const positions = value_at(message, fields.list);
+  if (positions == nullptr) return reject("message has no list of positions");
+  if (!positions->is_array()) {
+    collect(*positions, fields, options, collector);
     return batch;
   }
-  for (const json& position : positions) collect(position, fields, options, collector);
+  for (const json& position : *positions) collect(position, fields, options, collector);
   return batch;
 }
 

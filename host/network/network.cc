@@ -10,8 +10,6 @@ namespace {
 
 using TimeSpan = std::pair<Seconds, Seconds>;
 
-constexpr Seconds whole_day(24 * 3600);
-
 template <class Id>
 std::optional<std::uint32_t> find_index(const std::unordered_map<Id, std::uint32_t>& map,
                                         const Id& id) {

@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
@@ -34,6 +35,15 @@ using Clock = Connections::Clock;
 // does not fit it refuses by itself.
 constexpr std::size_t connection_memory = 32768;
 constexpr std::size_t event_block = 1024;
+
+/// What every answer says that does not say otherwise. A browser that shows one runs nothing in it,
+/// and in no other site's frame.
+constexpr std::array<std::pair<const char*, const char*>, 4> usual_headers = {{
+    {"Cache-Control", "no-cache"},
+    {"Content-Security-Policy", "default-src 'none'; frame-ancestors 'none'"},
+    {"Referrer-Policy", "no-referrer"},
+    {"X-Content-Type-Options", "nosniff"},
+}};
 
 /// An address to bind to.
 struct Address {
@@ -333,13 +343,14 @@ class HttpServer::Impl {
   MHD_Result queue(MHD_Connection* connection, int status, const HttpHeaders& headers,
                    MHD_Response* response) {
     if (response == nullptr) return MHD_NO;
-    bool has_cache_control = false;
     for (const auto& [name, value] : headers) {
       MHD_add_response_header(response, name.c_str(), value.c_str());
-      has_cache_control |= name == "Cache-Control";
     }
-    if (!has_cache_control) MHD_add_response_header(response, "Cache-Control", "no-cache");
-    MHD_add_response_header(response, "X-Content-Type-Options", "nosniff");
+    for (const auto& [name, value] : usual_headers) {
+      const bool is_stated = std::any_of(headers.begin(), headers.end(),
+                                         [&](const auto& header) { return header.first == name; });
+      if (!is_stated) MHD_add_response_header(response, name, value);
+    }
     const MHD_Result result =
         MHD_queue_response(connection, static_cast<unsigned>(status), response);
     MHD_destroy_response(response);

@@ -61,6 +61,8 @@ TEST(JsonPositionsTest, TakesSecondsAndMilliseconds) {
   EXPECT_EQ(time_of("1760000123456"), from_unix_seconds(1'760'000'123));
   EXPECT_EQ(time_of(R"("1760000123")"), from_unix_seconds(1'760'000'123));
   EXPECT_EQ(time_of("1e300"), received) << "not plausible";
+  EXPECT_EQ(time_of(R"("2025-10-09T08:55:23Z")"), from_unix_seconds(1'760'000'123));
+  EXPECT_EQ(time_of(R"("7025-10-09T08:55:23Z")"), received) << "not plausible either";
 }
 
 TEST(JsonPositionsTest, AMessageMayHoldAList) {
@@ -76,6 +78,18 @@ TEST(JsonPositionsTest, AMessageMayHoldAList) {
   fields.list = "";
   fields.pointers = {{"vehicle", "/v"}, {"lat", "/y"}, {"lon", "/x"}};
   EXPECT_EQ(read(R"([{"v":"a","y":1,"x":2},{"v":"b","y":1,"x":2}])", fields).positions.size(), 2U);
+}
+
+TEST(JsonPositionsTest, APointerThatIsNoneForAListFindsNothing) {
+  for (const char* list : {"/", "/01", "/-", "/2", "/x"}) {
+    const JsonFields fields = {{{"vehicle", "/v"}, {"stop", "/s"}}, list};
+    ASSERT_EQ(mistake_in(fields), "");
+    const PositionBatch batch = read(R"([{"v": "a", "s": "A"}, {"v": "b", "s": "A"}])", fields);
+    EXPECT_TRUE(batch.positions.empty()) << list;
+    EXPECT_EQ(batch.rejections.total(), 1U) << list;
+  }
+  const JsonFields in_place = {{{"vehicle", "/v/"}, {"stop", "/s"}}, ""};
+  EXPECT_TRUE(read(R"({"v": ["a"], "s": "A"})", in_place).positions.empty());
 }
 
 TEST(JsonPositionsTest, WhatCannotBeReadIsOneRejection) {

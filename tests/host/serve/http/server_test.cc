@@ -95,6 +95,9 @@ TEST_F(ServerTest, Answers) {
   EXPECT_EQ(home.headers.at("content-type"), "text/plain");
   EXPECT_EQ(home.headers.at("cache-control"), "no-cache");
   EXPECT_EQ(home.headers.at("x-content-type-options"), "nosniff");
+  EXPECT_EQ(home.headers.at("referrer-policy"), "no-referrer");
+  EXPECT_EQ(home.headers.at("content-security-policy"),
+            "default-src 'none'; frame-ancestors 'none'");
   EXPECT_EQ(get(port(), "/stops/A%2FB%20%C3%A9").body, "A/B \xC3\xA9");
   EXPECT_EQ(_server->counts().answers[2], 2u);
   EXPECT_EQ(_server->url(), "http://127.0.0.1:" + std::to_string(port()));
