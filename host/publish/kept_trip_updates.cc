@@ -43,9 +43,9 @@ KeptTripUpdates::Feed KeptTripUpdates::next(std::span<const TripForecast> foreca
       size += kept->bytes.size();
     }
   }
-  for (const auto& [entity, fault] : faulty) {
-    feed.withheld.add(std::string("fails the check: ") + to_string(fault.rule),
-                      [&] { return entity + ": " + fault.detail; });
+  for (const auto& refused : faulty) {
+    feed.withheld.add(std::string("fails the check: ") + to_string(refused.second.rule),
+                      [&] { return refused.first + ": " + refused.second.detail; });
   }
   feed.trips = entities.size();
   feed.bytes.reserve(size);

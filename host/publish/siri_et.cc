@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "publish/siri_xml.h"
-
 namespace qiv {
 namespace {
 
@@ -49,14 +47,14 @@ std::size_t passed(const PublishedTrip& trip) {
 }
 
 void fill_journey(pugi::xml_node journey, const PublishedTrip& trip, const Network& network,
-                  Instant time) {
+                  Instant time, const TripConfidence& confidence) {
   add_time(journey, "RecordedAtTime", recorded_at(trip.forecast, time));
   add_journey(journey, trip, network);
   if (trip.forecast.state == TripState::canceled) {
     const pugi::xml_node before = journey.child("FramedVehicleJourneyRef");
     journey.insert_child_after("Cancellation", before).text().set("true");
   }
-  add_progress(journey, trip.forecast);
+  add_progress(journey, trip.forecast, confidence);
   const std::size_t first = passed(trip);
   if (first > 0) {
     pugi::xml_node calls = journey.append_child("RecordedCalls");
@@ -71,7 +69,8 @@ void fill_journey(pugi::xml_node journey, const PublishedTrip& trip, const Netwo
 
 }  // namespace
 
-std::string siri_et(std::span<const TripForecast> forecasts, const Network& network, Instant time) {
+std::string siri_et(std::span<const TripForecast> forecasts, const Network& network, Instant time,
+                    const TripConfidence& confidence) {
   constexpr const char* frame = "EstimatedJourneyVersionFrame";
   SiriDocument document("EstimatedTimetableDelivery", time);
   bool any = false;
@@ -85,8 +84,9 @@ std::string siri_et(std::span<const TripForecast> forecasts, const Network& netw
                      [&](pugi::xml_node node) { node.text().set(format_utc(time).c_str()); });
       any = true;
     }
-    document.write("EstimatedVehicleJourney",
-                   [&](pugi::xml_node journey) { fill_journey(journey, *trip, network, time); });
+    document.write("EstimatedVehicleJourney", [&](pugi::xml_node journey) {
+      fill_journey(journey, *trip, network, time, confidence);
+    });
   }
   if (any) document.close(frame);
   return document.finish();

@@ -1,6 +1,5 @@
 #include "publish/siri_sm.h"
 
-#include "publish/siri_xml.h"
 #include "publish/utf8.h"
 
 namespace qiv {
@@ -24,10 +23,40 @@ void add_call(pugi::xml_node journey, const PublishedTrip& trip, std::size_t i,
   if (i != 0 && is_made) add_arrival_quality(call.append_child("Extensions"), trip, i);
 }
 
+bool is_token_letter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+         c == ':';
+}
+
+/// The standard wants a name token here: other characters are "_" and their two digits, "_" twice.
+std::string token(std::string_view text) {
+  constexpr const char* digits = "0123456789ABCDEF";
+  std::string out;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (is_token_letter(c)) {
+      out += c;
+    } else if (c == '_') {
+      out += "__";
+    } else {
+      out += {'_', digits[byte / 16], digits[byte % 16]};
+    }
+  }
+  return out;
+}
+
+/// Such as "TRIP.20251001.3", with the start of a repetition behind the day.
+std::string item_identifier(const StopVisit& visit, const Network& network) {
+  const TripKey& key = visit.forecast->trip;
+  std::string name = token(key.trip.text()) + "." + key.day.to_string();
+  if (is_repetition(key, network)) name += "." + format_time_of_day(key.start);
+  return name + "." + std::to_string(visit.call + 1);
+}
+
 }  // namespace
 
 std::string siri_sm(std::span<const StopVisit> visits, std::uint32_t stop, const Network& network,
-                    Instant time) {
+                    Instant time, const TripConfidence& confidence) {
   const Stop& place = network.stops()[stop];
   SiriDocument document("StopMonitoringDelivery", time);
   document.write("MonitoringRef",
@@ -38,12 +67,11 @@ std::string siri_sm(std::span<const StopVisit> visits, std::uint32_t stop, const
     if (!trip) continue;
     document.write("MonitoredStopVisit", [&](pugi::xml_node node) {
       add_time(node, "RecordedAtTime", recorded_at(*visit.forecast, time));
-      add_text(node, "ItemIdentifier",
-               to_string(visit.forecast->trip) + "-" + std::to_string(visit.call + 1));
+      add_text(node, "ItemIdentifier", item_identifier(visit, network));
       add_text(node, "MonitoringRef", place.id.text());
       pugi::xml_node journey = node.append_child("MonitoredVehicleJourney");
       add_journey(journey, *trip, network);
-      add_progress(journey, trip->forecast);
+      add_progress(journey, trip->forecast, confidence);
       add_call(journey, *trip, visit.call, network);
     });
   }

@@ -35,6 +35,11 @@ const char* prediction_level(const TripForecast& forecast) {
   return forecast.vehicle.empty() ? "probablyReliable" : "reliable";
 }
 
+// Below the standard's default, "reliable".
+const char* confidence_level(double confidence) {
+  return confidence >= 0.8 ? "probablyReliable" : "unconfirmed";
+}
+
 }  // namespace
 
 void add_text(pugi::xml_node parent, const char* name, std::string_view text) {
@@ -68,9 +73,13 @@ void add_journey(pugi::xml_node journey, const PublishedTrip& trip, const Networ
   add_text(journey, "DestinationName", headsign.empty() ? stop_name(network, last) : headsign);
 }
 
-void add_progress(pugi::xml_node journey, const TripForecast& forecast) {
+void add_progress(pugi::xml_node journey, const TripForecast& forecast,
+                  const TripConfidence& confidence) {
   add_text(journey, "Monitored", forecast.vehicle.empty() ? "false" : "true");
-  if (!forecast.vehicle.empty()) add_text(journey, "VehicleRef", forecast.vehicle.text());
+  if (forecast.vehicle.empty()) return;
+  const auto sure = confidence ? confidence(forecast) : std::nullopt;
+  if (sure) add_text(journey, "ConfidenceLevel", confidence_level(*sure));
+  add_text(journey, "VehicleRef", forecast.vehicle.text());
 }
 
 void add_stop(pugi::xml_node call, const PublishedTrip& trip, std::size_t i,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -9,6 +10,10 @@
 
 namespace qiv {
 
+/// How sure it is that a trip's vehicle runs it, 0 to 1, where that was found by the vehicle's
+/// course; nothing where the vehicle's reports name the trip. May be empty: then it is nowhere so.
+using TripConfidence = std::function<std::optional<double>(const TripForecast& forecast)>;
+
 /// Adds an element with a text, which may be any bytes.
 void add_text(pugi::xml_node parent, const char* name, std::string_view text);
 void add_time(pugi::xml_node parent, const char* name, Instant time);
@@ -16,8 +21,10 @@ void add_time(pugi::xml_node parent, const char* name, Instant time);
 /// LineRef to DestinationName: what names a journey, in the order that SIRI wants.
 void add_journey(pugi::xml_node journey, const PublishedTrip& trip, const Network& network);
 
-/// Monitored and VehicleRef.
-void add_progress(pugi::xml_node journey, const TripForecast& forecast);
+/// Monitored and VehicleRef; between them ConfidenceLevel for a trip whose vehicle does not name
+/// it.
+void add_progress(pugi::xml_node journey, const TripForecast& forecast,
+                  const TripConfidence& confidence);
 
 /// StopPointRef, Order and StopPointName of a call.
 void add_stop(pugi::xml_node call, const PublishedTrip& trip, std::size_t i,

@@ -23,7 +23,7 @@ test('every answer fits the description', async () => {
   const { vehicles } = await get('/api/v1/vehicles');
   const { trip, vehicle_id } = vehicles.find((one) => one.trip);
   const answers = {
-    Status: '/api/v1/status', Sources: '/api/v1/sources', Scores: '/api/v1/scores', Network: '/api/v1/network',
+    Status: '/api/v1/status', Sources: '/api/v1/sources', Scores: '/api/v1/scores', Changes: '/api/v1/changes', Network: '/api/v1/network',
     Routes: '/api/v1/routes', Stops: '/api/v1/stops?q=dub', Arrivals: '/api/v1/stops/PERSE/arrivals', Vehicles: '/api/v1/vehicles',
     VehicleDetail: `/api/v1/vehicles/${vehicle_id}`, TripDetail: `/api/v1/trips/${encodeURIComponent(trip)}`,
     Why: `/api/v1/why/${encodeURIComponent(trip)}`, Error: '/api/v1/vehicles/nobody',
@@ -50,12 +50,18 @@ test('canceled trips and incidents fit the description', async () => {
   }
   mock.world.incidents.clear();
   mock.world.canceled.add(trip);
+  mock.world.skipping.set(trip, [stop_id]);
+  assert_fits('Changes', await get('/api/v1/changes'));
   assert_fits('Vehicles', await get('/api/v1/vehicles'));
   const arrivals = await get(`/api/v1/stops/${stop_id}/arrivals`);
   assert_fits('Arrivals', arrivals);
   assert.equal(arrivals.arrivals.find((one) => one.trip === trip).state, 'canceled');
   assert_fits('TripDetail', await get(`/api/v1/trips/${encodeURIComponent(trip)}`));
   mock.world.canceled.clear();
+  const skipping = await get(`/api/v1/trips/${encodeURIComponent(trip)}`);
+  assert_fits('TripDetail', skipping);
+  assert.equal(skipping.trip.stops.find((stop) => stop.stop_id === stop_id).arrival, null);
+  mock.world.skipping.clear();
 });
 
 test('events begin with the whole', async () => {

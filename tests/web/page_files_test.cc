@@ -10,6 +10,7 @@ namespace qiv {
 namespace {
 
 using testing::Contains;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Key;
 using testing::Not;
@@ -22,6 +23,20 @@ TEST(PageFiles, HaveAnIndexThatAsksNoOtherHost) {
   EXPECT_EQ(index.cache_control, "no-cache");
   EXPECT_THAT(index.bytes, Not(HasSubstr("{{")));
   EXPECT_THAT(index.bytes, Not(HasSubstr("://")));
+}
+
+std::string policy(const StaticFile& index) {
+  EXPECT_EQ(index.headers.size(), 1U);
+  EXPECT_EQ(index.headers.at(0).first, "Content-Security-Policy");
+  return index.headers.at(0).second;
+}
+
+TEST(PageFiles, LetNobodyFrameTheIndex) {
+  const StaticFile index = page_files().at("/index.html");
+  EXPECT_THAT(policy(index), HasSubstr("default-src 'none'"));
+  EXPECT_THAT(policy(index), EndsWith("; frame-ancestors 'none'"));
+  EXPECT_THAT(policy(index), Not(HasSubstr("unsafe")));
+  for (const auto& [path, file] : page_files()) EXPECT_EQ(policy(file), policy(index)) << path;
 }
 
 TEST(PageFiles, AreTheEmbeddedOnesByteByByte) {
@@ -64,6 +79,9 @@ TEST(PageFiles, NameTheTileHostWhereItIsAllowed) {
                                 .at("/index.html")
                                 .bytes;
   EXPECT_THAT(index, HasSubstr("connect-src 'self' https://tiles.example.org:8443;"));
+  EXPECT_THAT(
+      policy(page_files({"https://tiles.example.org:8443/{z}/{x}/{y}.png", ""}).at("/index.html")),
+      HasSubstr("img-src 'self' data: blob: https://tiles.example.org:8443;"));
   EXPECT_THAT(
       index, HasSubstr("content=\"https://tiles.example.org:8443/a/{z}/{x}/{y}.png?k=1&amp;s=2\""));
   EXPECT_THAT(index, HasSubstr("content=\"&lt;a href=&quot;/&quot;&gt;Who&lt;/a&gt;\""));

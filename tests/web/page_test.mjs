@@ -1,6 +1,7 @@
 // The page in a real browser. Against the stand-in, or a service: QIV_ADDRESS=http://127.0.0.1:8080.
 
 import assert from 'node:assert/strict';
+import { createServer } from 'node:http';
 import { after, before, test } from 'node:test';
 import { real_address, settle, Stage, vehicle_under_way } from './browser.mjs';
 
@@ -43,6 +44,13 @@ on_page('shows the network, the vehicles and the overview', '', async (page) => 
   assert.equal(await page.locator('.legend li').count(), 6);
   assert.equal(await page.locator('.banner').count(), 0);
   await stage.picture(page, 'overview');
+});
+
+on_page('stops keep their names beside the badges of vehicles', '', async (page) => {
+  await page.waitForFunction(() => Number(document.querySelector('.vehicles').dataset.named) > 10);
+  const { named, badges, covered } = await page.evaluate(() => ({ ...document.querySelector('.vehicles').dataset }));
+  assert.ok(Number(badges) > 5, `${badges} badges beside ${named} names`);
+  assert.equal(covered, '0');
 });
 
 on_page('vehicles move between their reports', vehicle_link, async (page) => {
@@ -224,6 +232,25 @@ test('a link to what is not there says so', async () => {
   await page.context().close();
 });
 
+test('asks the configured host for tiles, and the page’s policy lets it', { skip: real_address ? 'needs the stand-in' : false }, async () => {
+  const png = Buffer.from('iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mNkYPhfDwAChwGA60e6kgAAAABJRU5ErkJggg==', 'base64');
+  let asked = 0;
+  const host = createServer((_, response) => {
+    asked += 1;
+    response.writeHead(200, { 'Content-Type': 'image/png', 'Access-Control-Allow-Origin': '*' }).end(png);
+  });
+  await new Promise((resolve) => host.listen(0, '127.0.0.1', resolve));
+  const origin = `http://127.0.0.1:${host.address().port}`;
+  stage.mock.tiles = `${origin}/{z}/{x}/{y}.png`;
+  const page = await stage.live_page('');
+  stage.mock.tiles = '';
+  await page.waitForFunction((from) => performance.getEntriesByType('resource').some((one) => one.name.startsWith(from) && one.responseEnd > 0), origin);
+  assert.ok(asked > 0);
+  assert.deepEqual(page.faults.filter((fault) => !fault.startsWith(`request: ${origin}`)), []);
+  await page.context().close();
+  await new Promise((resolve) => host.close(resolve));
+});
+
 test('a canceled trip stays on the board, struck out', { skip: real_address ? 'needs the stand-in' : false }, async () => {
   const { stop_id } = await stop_ahead();
   const { arrivals } = await (await fetch(`${stage.address}/api/v1/stops/${stop_id}/arrivals?limit=10`)).json();
@@ -241,6 +268,101 @@ test('a canceled trip stays on the board, struck out', { skip: real_address ? 'n
   assert.equal(await page.locator('.next-card').count(), 0);
   stage.mock.world.canceled.clear();
   await page.locator('.next-card').waitFor();
+  assert.deepEqual(page.faults, []);
+  await page.context().close();
+});
+
+/** Lets the agency say something of each kind; of a stop that is still to come, its trip, and its line. */
+async function let_the_agency_speak() {
+  const { world } = stage.mock;
+  const { vehicle, forecast } = await vehicle_under_way(stage.address);
+  const ahead = forecast.stops.filter((stop) => !stop.observed);
+  const stop = ahead[Math.floor(ahead.length / 2)];
+  const other = world.on_display(stage.mock.now()).find((run) => run.key !== vehicle.trip && !run.calls[0].observed);
+  world.canceled.add(other.key);
+  world.skipping.set(vehicle.trip, [stop.stop_id]);
+  world.notices = [
+    { alert_id: '7', effect: 'stop_moved', header: 'The stop is on the other side of the road', informed: [{ route_id: null, trip_id: null, stop_id: stop.stop_id }] },
+    { alert_id: '8', effect: 'detour', header: null, informed: [{ route_id: vehicle.route_id, trip_id: null, stop_id: null }] },
+    { alert_id: '9', effect: 'significant_delays', header: 'Signal failure, everywhere', informed: [{ route_id: null, trip_id: null, stop_id: null }] },
+  ];
+  world.added = [{
+    trip_id: 'EXTRA-1', route_id: vehicle.route_id, start_date: '20251007', start_time: '08:40:00', vehicle_id: null, stops: 9, said_by: 'trip updates',
+  }];
+  return {
+    vehicle, stop, other,
+    silence() {
+      world.canceled.clear();
+      world.skipping.clear();
+      world.notices = [];
+      world.added = [];
+    },
+  };
+}
+
+for (const [name, options] of [['changes', {}], ['changes-phone', phone], ['changes-dark', { colorScheme: 'dark' }]]) {
+  test(`shows what the agency says: ${name}`, { skip: real_address ? 'needs the stand-in' : false }, async () => {
+    const said = await let_the_agency_speak();
+    const page = await stage.live_page('#panel=changes', options);
+    await page.getByText('EXTRA-1').waitFor();
+    const section = (title) => page.locator('section.changes').filter({ has: page.locator('h3', { hasText: title }) });
+    assert.equal(await section('Canceled trips').locator('[data-item]').getAttribute('href'), `#trip=${encodeURIComponent(said.other.key)}`);
+    assert.ok((await section('Trips that leave out stops').innerText()).includes(`does not call at ${said.stop.stop_name}`));
+    assert.equal(await section('Notices').locator('[data-item]').count(), 3);
+    assert.match(await section('Notices').innerText(), /Stop moved.*Detour.*Signal failure/s);
+    assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= window.innerWidth));
+    if (name === 'changes') await stage.picture(page, name);
+    assert.deepEqual(page.faults, []);
+    await page.context().close();
+    said.silence();
+  });
+}
+
+test('what the agency says can be reached with the keyboard, and stands where it matters', { skip: real_address ? 'needs the stand-in' : false }, async () => {
+  const said = await let_the_agency_speak();
+  const page = await stage.live_page('');
+  const door = page.getByRole('link', { name: /Service changes/ });
+  await door.waitFor();
+  assert.match(await door.innerText(), /6/);
+  await door.focus();
+  await page.keyboard.press('Enter');
+  await page.getByText('EXTRA-1').waitFor();
+  const is_row = () => page.evaluate(() => document.activeElement.matches('.changes [data-item]'));
+  for (let i = 0; i < 6 && !(await is_row()); i += 1) await page.keyboard.press('Tab');
+  assert.ok(await is_row());
+  await page.keyboard.press('Enter');
+  await page.locator('.alerts').getByText('The stop is on the other side of the road').waitFor();
+  assert.equal(await page.evaluate(() => location.hash), `#stop=${encodeURIComponent(said.stop.stop_id)}`);
+  await page.locator('.alerts').getByText('Detour').waitFor();
+  await page.locator('.board-row.not-made', { hasText: 'Does not call here' }).waitFor();
+  await page.evaluate((id) => { location.hash = `#vehicle=${encodeURIComponent(id)}`; }, said.vehicle.vehicle_id);
+  await page.locator('.strip-row').first().waitFor();
+  assert.deepEqual(await page.locator('.alerts li').allInnerTexts(), ['Detour']);
+  said.silence();
+  await page.evaluate(() => { location.hash = '#panel=changes'; });
+  await page.getByText('The agency tells of no change.').waitFor();
+  assert.deepEqual(page.faults, []);
+  await page.context().close();
+});
+
+test('an agency that says nothing has no panel on the overview', { skip: real_address ? 'needs the stand-in' : false }, async () => {
+  stage.mock.world.agency_speaks = false;
+  const page = await stage.live_page('');
+  await page.getByRole('link', { name: 'Sources' }).waitFor();
+  assert.equal(await page.getByRole('link', { name: /Service changes/ }).count(), 0);
+  stage.mock.world.agency_speaks = true;
+  await page.getByRole('link', { name: /Service changes/ }).waitFor();
+  await page.context().close();
+});
+
+test('a trip that was found by its vehicle’s course says so', { skip: real_address ? 'needs the stand-in' : false }, async () => {
+  const { vehicles } = await (await fetch(`${stage.address}/api/v1/vehicles`)).json();
+  const assigned = vehicles.find((one) => one.trip_confidence !== null && one.next_stop);
+  assert.ok(assigned, 'the stand-in has such a vehicle');
+  const page = await stage.live_page(`#trip=${encodeURIComponent(assigned.trip)}`);
+  await page.locator('.facts').getByText('Trip assigned by its course, 87% sure').waitFor();
+  await page.evaluate((id) => { location.hash = `#stop=${encodeURIComponent(id)}`; }, assigned.next_stop.stop_id);
+  await page.locator('.board-row', { hasText: 'Trip assigned by its course, 87% sure' }).waitFor();
   assert.deepEqual(page.faults, []);
   await page.context().close();
 });

@@ -7,6 +7,7 @@
 #include "serve/api/event_hub.h"
 #include "serve/api/outputs.h"
 #include "serve/api/service_json.h"
+#include "serve/http/answer.h"
 #include "serve/http/router.h"
 #include "serve/http/server.h"
 
@@ -17,6 +18,7 @@ struct StaticFile {
   std::string bytes;
   std::string content_type;
   std::string cache_control = "no-cache";
+  HttpHeaders headers = {};  ///< beside these
 };
 
 /// Does something that is asked for, and says what was done. May take its time; throws HttpError.

@@ -42,7 +42,7 @@ EventContent trip_content(const std::string& id, const Outputs& outputs) {
   if (!trip) return gone("trip", id);
   return {"trip", members([&](JsonWriter& json) {
             json.key("trip");
-            write_trip(json, *trip, outputs.index());
+            write_trip(json, *trip, outputs);
           })};
 }
 

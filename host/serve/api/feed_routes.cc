@@ -32,18 +32,24 @@ void add_feed(Router& router, const ApiContext& context, const std::string& path
   });
 }
 
+TripConfidence confidence_of(const Outputs& outputs) {
+  return [&outputs](const TripForecast& trip) { return outputs.trip_confidence(trip); };
+}
+
 BlobPtr estimated_timetable(const Outputs& outputs) {
   const Snapshot& snapshot = outputs.snapshot();
-  return make_blob(siri_et(snapshot.trips, outputs.index().network(), snapshot.now), xml_type,
-                   snapshot.now);
+  return make_blob(
+      siri_et(snapshot.trips, outputs.index().network(), snapshot.now, confidence_of(outputs)),
+      xml_type, snapshot.now);
 }
 
 BlobPtr stop_monitoring(const Outputs& outputs, std::uint32_t stop) {
   const Snapshot& snapshot = outputs.snapshot();
   std::vector<StopVisit> visits = outputs.board().visits(stop);
   if (visits.size() > most_visits) visits.resize(most_visits);
-  return make_blob(siri_sm(visits, stop, outputs.index().network(), snapshot.now), xml_type,
-                   snapshot.now);
+  return make_blob(
+      siri_sm(visits, stop, outputs.index().network(), snapshot.now, confidence_of(outputs)),
+      xml_type, snapshot.now);
 }
 
 Answer answer_stop_monitoring(const Outputs& outputs, const Request& request) {

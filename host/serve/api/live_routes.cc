@@ -100,7 +100,7 @@ std::string trips_json(const Outputs& outputs, const Request& request) {
     if (!trip) continue;
     const JourneyPattern& of = index.network().pattern(trip->schedule.pattern());
     if ((route && of.route.text() != *route) || (pattern && of.ref.text() != *pattern)) continue;
-    if (++total <= limit) write_trip_summary(json, *trip, index);
+    if (++total <= limit) write_trip_summary(json, *trip, outputs);
   }
   json.end_array();
   json.member("total", total);
@@ -121,7 +121,7 @@ std::string trip_json(const Outputs& outputs, const Request& request) {
   json.begin_object();
   json.member("now", outputs.snapshot().now);
   json.key("trip");
-  write_trip(json, *trip, outputs.index());
+  write_trip(json, *trip, outputs);
   json.end_object();
   return json.take();
 }

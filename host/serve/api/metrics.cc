@@ -51,6 +51,11 @@ void write_display(MetricsText& text, const Outputs& outputs) {
   write_tally(text, outputs.vehicles_by_status(), "status");
   text.family("qiv_trips", "gauge", "Trips on display, by state");
   write_tally(text, outputs.trips_by_state(), "state");
+  text.single("qiv_vehicles_assigned", "gauge",
+              "Vehicles followed on a trip that they do not name, found by their course",
+              to_number(outputs.assigned_vehicles()));
+  text.single("qiv_trips_assigned", "gauge", "Trips on display whose vehicle does not name them",
+              to_number(outputs.assigned_trips()));
   text.family("qiv_rejections_total", "counter", "What tracker and engine did not use, by reason");
   for (const auto& [reason, entry] : outputs.snapshot().rejections.entries()) {
     text.sample(to_number(entry.count), {{"reason", reason}});

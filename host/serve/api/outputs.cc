@@ -39,6 +39,31 @@ const VehicleView* Outputs::find_vehicle(const VehicleId& id) const {
   return found != vehicles.end() && found->vehicle == id ? &*found : nullptr;
 }
 
+const Outputs::AssignedVehicles& Outputs::assigned() const {
+  return _assigned.get([this] {
+    AssignedVehicles vehicles;
+    for (const VehicleView& vehicle : _snapshot->vehicles) {
+      if (vehicle.confidence && vehicle.trip) vehicles.emplace(vehicle.vehicle, &vehicle);
+    }
+    return vehicles;
+  });
+}
+
+std::optional<double> Outputs::trip_confidence(const TripForecast& trip) const {
+  const AssignedVehicles& vehicles = assigned();
+  if (vehicles.empty()) return std::nullopt;
+  const auto found = vehicles.find(trip.vehicle);
+  if (found == vehicles.end() || found->second->trip != trip.trip) return std::nullopt;
+  return found->second->confidence;
+}
+
+std::size_t Outputs::assigned_trips() const {
+  const auto& trips = _snapshot->trips;
+  return static_cast<std::size_t>(std::count_if(
+      trips.begin(), trips.end(),
+      [this](const TripForecast& trip) { return trip_confidence(trip).has_value(); }));
+}
+
 const Tally& Outputs::vehicles_by_status() const {
   return _vehicles_by_status.get([this] {
     Tally tally;

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "serve/api/feed_guard.h"
 #include "serve/api/lazy.h"
@@ -40,6 +41,14 @@ class Outputs {
   const TripForecast* find_trip(const TripKey& key) const;
   const VehicleView* find_vehicle(const VehicleId& id) const;
 
+  /// How sure it is that the trip's vehicle runs it, 0 to 1, where the service has assigned it by
+  /// the vehicle's course; nothing where the feed names it, or no vehicle runs it.
+  std::optional<double> trip_confidence(const TripForecast& trip) const;
+  /// Vehicles that are followed on a trip which they do not name.
+  std::size_t assigned_vehicles() const { return assigned().size(); }
+  /// Trips on display whose vehicle is one of these.
+  std::size_t assigned_trips() const;
+
   /// All of them are there, with 0 for those that do not occur.
   const Tally& vehicles_by_status() const;
   const Tally& trips_by_state() const;
@@ -49,10 +58,14 @@ class Outputs {
   static constexpr std::size_t most_kept = 2000;
 
  private:
+  using AssignedVehicles = std::unordered_map<VehicleId, const VehicleView*>;
+  const AssignedVehicles& assigned() const;
+
   std::shared_ptr<const Snapshot> _snapshot;
   std::shared_ptr<const NetworkIndex> _index;
   GuardedFeed _feed;
   Lazy<StopBoard> _board;
+  Lazy<AssignedVehicles> _assigned;
   Lazy<Tally> _vehicles_by_status;
   Lazy<Tally> _trips_by_state;
   mutable std::mutex _kept_mutex;

@@ -150,22 +150,43 @@ void write_trip_name(JsonWriter& json, const TripKey& trip) {
   json.member("start_date", trip.day.to_string());
 }
 
+/// What a reader knows a trip of the timetable by.
+void write_scheduled(JsonWriter& json, const std::optional<ScheduledTrip>& trip,
+                     const NetworkIndex& index) {
+  if (!trip) {
+    for (const char* name : {"route_id", "line", "color", "headsign", "departure"}) {
+      json.member_or_null(name, "");
+    }
+    return;
+  }
+  const PatternIndex pattern = trip->pattern();
+  const Route* const route = index.route(pattern);
+  const std::string& headsign = trip->plan->headsign;
+  json.member_or_null("route_id", index.network().pattern(pattern).route.text());
+  json.member_or_null("line", route == nullptr ? "" : line_name(*route));
+  json.member_or_null("color", route == nullptr ? "" : route->color);
+  json.member_or_null("headsign", headsign.empty() ? index.headsign(pattern) : headsign);
+  json.member("departure", trip->departure(0));
+}
+
 void write_changed_trip(JsonWriter& json, const TripKey& trip, const TripChange& change,
                         const Outputs& outputs) {
   json.begin_object();
   write_trip_name(json, trip);
+  const Network& network = outputs.index().network();
+  const auto schedule = network.schedule(trip);
+  write_scheduled(json, schedule, outputs.index());
   json.member("canceled", change.canceled);
   json.member("contradicted", change.contradicted);
   json.key("skipped_stops");
   json.begin_array();
-  const Network& network = outputs.index().network();
-  const auto schedule = network.schedule(trip);
   for (const std::size_t call : change.skipped) {
     if (!schedule || call >= schedule->plan->size()) continue;
     const std::uint32_t stop = network.pattern(schedule->pattern()).stops[call].stop;
     json.begin_object();
     json.member("stop_sequence", schedule->plan->call(call).sequence);
     json.member("stop_id", network.stops()[stop].id);
+    json.member_or_null("stop_name", network.stops()[stop].name);
     json.end_object();
   }
   json.end_array();

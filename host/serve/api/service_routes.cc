@@ -75,8 +75,10 @@ void add_service_routes(Router& router, const ApiContext& context) {
 void add_static_routes(Router& router, const std::map<std::string, StaticFile>& files) {
   for (const auto& [path, file] : files) {
     const BlobPtr blob = make_blob(file.bytes, file.content_type);
-    const Handler handler = [blob, cache_control = file.cache_control](const Request&) {
-      return Answer{200, blob, {{"Cache-Control", cache_control}}, {}};
+    HttpHeaders headers = file.headers;
+    headers.emplace_back("Cache-Control", file.cache_control);
+    const Handler handler = [blob, headers](const Request&) {
+      return Answer{200, blob, headers, {}};
     };
     router.get(path, handler);
     if (path == "/index.html") router.get("/", handler);

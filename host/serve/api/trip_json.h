@@ -23,10 +23,10 @@ std::optional<PublishedTrip> shown(const TripForecast& forecast, const NetworkIn
 void write_next_stop(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index);
 
 /// One object: TripSummary.
-void write_trip_summary(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index);
+void write_trip_summary(JsonWriter& json, const PublishedTrip& trip, const Outputs& outputs);
 
 /// One object: Trip.
-void write_trip(JsonWriter& json, const PublishedTrip& trip, const NetworkIndex& index);
+void write_trip(JsonWriter& json, const PublishedTrip& trip, const Outputs& outputs);
 
 /// Which arrivals at a stop are asked for.
 struct ArrivalFilter {

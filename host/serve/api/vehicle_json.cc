@@ -81,7 +81,7 @@ void write_vehicle_detail(JsonWriter& json, const Outputs& outputs, const Vehicl
   json.key("forecast");
   const auto trip = trip_of(outputs, vehicle);
   if (trip) {
-    write_trip(json, *trip, outputs.index());
+    write_trip(json, *trip, outputs);
   } else {
     json.null();
   }

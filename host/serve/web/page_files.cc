@@ -40,6 +40,17 @@ void replace_all(std::string& text, std::string_view what, const std::string& by
   }
 }
 
+/// What the page may do, as it says itself, and that nobody may frame it, which only a header can
+/// say.
+std::string policy_of(std::string_view index) {
+  constexpr std::string_view before = "http-equiv=\"Content-Security-Policy\" content=\"";
+  const std::size_t found = index.find(before);
+  if (found == std::string_view::npos) return "default-src 'none'; frame-ancestors 'none'";
+  const std::size_t begin = found + before.size();
+  return std::string(index.substr(begin, index.find('"', begin) - begin)) +
+         "; frame-ancestors 'none'";
+}
+
 }  // namespace
 
 std::map<std::string, StaticFile> page_files(const BaseMap& base_map) {
@@ -57,6 +68,9 @@ std::map<std::string, StaticFile> page_files(const BaseMap& base_map) {
     }
     files.emplace(embedded.path, std::move(file));
   }
+  // Of the map's worker too: it is bound by the policy that it comes with, not by the page's.
+  const std::string policy = policy_of(files.at("/index.html").bytes);
+  for (auto& [path, file] : files) file.headers.emplace_back("Content-Security-Policy", policy);
   return files;
 }
 

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "host/publish/siri_document.h"
 #include "host/publish/small_network.h"
 
@@ -104,6 +106,25 @@ TEST(SiriEt, ACanceledJourneySaysSoInTheStandardsPlace) {
   EXPECT_EQ(read.count("//EstimatedCall/Cancellation"), 4U);
   EXPECT_EQ(read.count("//ExpectedArrivalTime"), 0U);
   EXPECT_EQ(read.count("//ExpectedDepartureTime"), 0U);
+}
+
+TEST(SiriEt, AJourneyThatItsVehicleDoesNotNameHasALevelOfConfidence) {
+  const auto level = [](double sure) {
+    const ReadBack read(siri_et(std::vector{under_way()}, network(), at("08:07:00"),
+                                [sure](const TripForecast&) { return std::optional(sure); }));
+    const std::vector<std::string> members = read.children(journey);
+    const auto monitored = std::find(members.begin(), members.end(), "Monitored");
+    EXPECT_EQ(*std::next(monitored), "ConfidenceLevel");
+    EXPECT_EQ(*std::next(monitored, 2), "VehicleRef");
+    return read.text(journey + "/ConfidenceLevel");
+  };
+  EXPECT_EQ(level(0.95), "probablyReliable");
+  EXPECT_EQ(level(0.4), "unconfirmed");
+  TripForecast alone = under_way();
+  alone.vehicle = VehicleId();
+  const ReadBack read(siri_et(std::vector{alone}, network(), at("08:07:00"),
+                              [](const TripForecast&) { return std::optional(0.9); }));
+  EXPECT_EQ(read.count(journey + "/ConfidenceLevel"), 0U) << "no vehicle, no assignment";
 }
 
 TEST(SiriEt, ASkippedCallIsCanceledAlone) {

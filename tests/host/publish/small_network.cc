@@ -35,7 +35,7 @@ ServiceDate october(unsigned day) {
 
 }  // namespace
 
-Network small_network() {
+Network small_network(const std::string& first_trip) {
   Timetable timetable;
   timetable.agencies = {{AgencyId("A"), "Agency", "Europe/Dublin"}};
   timetable.stops = {{StopId("TOWN"), "Town Hall", {53.30, -6.20}},
@@ -43,7 +43,7 @@ Network small_network() {
                      {StopId("PARK"), "Park \"West\"", {53.33, -6.20}},
                      {StopId("HARBOUR"), "Harbour", {53.35, -6.20}}};
   timetable.routes = {{RouteId("L1"), "1", "Town - Harbour", 3, ""}};
-  timetable.trips = {trip("T1", Seconds(8 * 3600)), trip("T2", Seconds(25 * 3600)),
+  timetable.trips = {trip(first_trip, Seconds(8 * 3600)), trip("T2", Seconds(25 * 3600)),
                      trip("R", Seconds(0))};
   timetable.frequencies = {{2, Seconds(10 * 3600), Seconds(11 * 3600), 20 * minute}};
   Service service;

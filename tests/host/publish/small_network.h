@@ -14,7 +14,9 @@ namespace qiv::testing {
 ///     T1      08:00  08:05/06    08:15     08:25
 ///     T2      25:00  25:05/06    25:15     25:25
 ///     R     every 20 minutes from 10:00 to before 11:00
-Network small_network();
+///
+/// `first_trip` is another name for T1.
+Network small_network(const std::string& first_trip = "T1");
 
 /// Wednesday.
 inline const ServiceDate first_of_october(std::chrono::year_month_day(std::chrono::year(2025),

@@ -84,6 +84,25 @@ export function scores(now) {
   return { now, scores: [score(3600, 612, 1.8), score(86400, 9874, 0.4), score(0, 31200, 0)] };
 }
 
+export function changes(world, now) {
+  const { timetable, canceled, notices, added } = world;
+  const runs = world.runs.filter((run) => canceled.has(run.key) || world.skipping.has(run.key));
+  const trips = runs.map((run) => {
+    const { trip, trip_id, start_date, route_id, line, color, headsign } = world.head(run, 'not_begun');
+    const skipped = run.calls.filter((call) => world.skipping.get(run.key)?.includes(call.stop_id));
+    return {
+      trip, trip_id, start_date, route_id, line, color, headsign, departure: run.calls[0].scheduled_departure,
+      canceled: canceled.has(run.key), contradicted: false,
+      skipped_stops: skipped.map((call) => ({
+        stop_sequence: call.sequence, stop_id: call.stop_id, stop_name: timetable.stops.get(call.stop_id).name,
+      })),
+      said_by: 'trip updates', why: 'trip update',
+    };
+  });
+  const not_used = trips.length ? [{ reason: 'trip is not in the timetable', count: 2, first: 'trip E999' }] : [];
+  return { now, heard: world.agency_speaks, trips, added, alerts: notices, calls_without_data: 0, not_used };
+}
+
 export function network(world) {
   const { stops, patterns, routes } = world.timetable;
   const features = [...patterns.values()].map((pattern) => {

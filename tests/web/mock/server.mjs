@@ -26,6 +26,8 @@ export class Mock {
     this.dist = dist;
     this.speed = speed;
     this.world = new World(read_timetable(data, day, midnight_s), seed);
+    /** The configured address of a base map's tiles. */
+    this.tiles = '';
     this.health = 'good';
     this.down = false;
     this.serial = 1;
@@ -76,8 +78,8 @@ export class Mock {
     }
   }
 
-  send(response, code, type, body) {
-    response.writeHead(code, { 'Content-Type': type, 'Cache-Control': 'no-cache' });
+  send(response, code, type, body, headers = {}) {
+    response.writeHead(code, { 'Content-Type': type, 'Cache-Control': 'no-cache', ...headers });
     response.end(body);
   }
 
@@ -88,6 +90,7 @@ export class Mock {
       case 'status': return answers.status(this.world, now, this.serial);
       case 'sources': return answers.sources(now, this.health);
       case 'scores': return answers.scores(now);
+      case 'changes': return answers.changes(this.world, now);
       case 'network': return answers.network(this.world);
       case 'routes': return answers.routes(this.world);
       case 'stops': return part === 'arrivals' ? answers.arrivals(this.world, now, id, limit) : answers.stops(this.world, query.get('q') ?? '', limit);
@@ -106,9 +109,12 @@ export class Mock {
     } catch {
       throw new answers.NotFound(`There is no file "${name}"`);
     }
-    // The service writes the tile address of its configuration into the page; here there is none.
-    if (name === 'index.html') bytes = bytes.toString().replace(/\{\{\w+\}\}/g, '');
-    this.send(response, 200, type, bytes);
+    if (name !== 'index.html') return this.send(response, 200, type, bytes);
+    // As the service does: the tile address goes into the page, and its policy into a header as well.
+    const fill = { tiles: this.tiles, tile_host: this.tiles && new URL(this.tiles).origin };
+    const index = bytes.toString().replace(/\{\{(\w+)\}\}/g, (_, field) => fill[field] ?? '');
+    const policy = index.match(/Content-Security-Policy" content="([^"]*)"/)[1];
+    return this.send(response, 200, type, index, { 'Content-Security-Policy': `${policy}; frame-ancestors 'none'` });
   }
 
   follow(url, response) {

@@ -81,6 +81,12 @@ export class World {
     this.seed = seed;
     /** The keys of trips that the agency has canceled. */
     this.canceled = new Set();
+    /** By key the stops at which a trip does not call. */
+    this.skipping = new Map();
+    /** The agency's alerts and added trips, as the service's description has them. */
+    this.notices = [];
+    this.added = [];
+    this.agency_speaks = true;
     /** By vehicle what it does instead of what it would: `{ status, reason }`. */
     this.incidents = new Map();
   }
@@ -94,11 +100,13 @@ export class World {
     const { trip, calls } = run;
     const canceled = this.canceled.has(run.key);
     const state = canceled ? 'canceled' : state_of(calls, now_s);
+    const skipped = this.skipping.get(run.key) ?? [];
     const stops = calls.map((call) => {
       const stop = this.timetable.stops.get(call.stop_id);
       return {
         ...forecast_call(this.seed, trip, call, now_s, run.earlier_trips),
-        ...(canceled ? not_made : {}),
+        ...(canceled || skipped.includes(call.stop_id) ? not_made : {}),
+        skipped: skipped.includes(call.stop_id),
         stop_name: stop.name, lat: stop.place[1], lon: stop.place[0],
       };
     });
@@ -118,9 +126,16 @@ export class World {
       trip: run.key, trip_id: trip.trip_id, start_date: this.timetable.day, start_time: null,
       route_id: route.route_id, line: route.short_name, color: route.color, direction_id: trip.pattern.direction_id,
       headsign: trip.headsign, pattern: trip.pattern.name, vehicle_id: ['not_begun', 'canceled'].includes(state) ? null : trip.vehicle_id,
+      trip_confidence: state === 'under_way' ? this.confidence_of(run) : null,
       state, basis: earlier_trips ? 'history' : 'timetable', earlier_trips,
       confidence: 1 - 1 / Math.sqrt(earlier_trips + 1),
     };
+  }
+
+  /** How sure a trip is that its vehicle does not name; null where it does. */
+  confidence_of(run) {
+    if (this.incidents.has(run.trip.vehicle_id)) return null;
+    return run.trick > 0.95 ? 0.87 : null;
   }
 
   /** Every vehicle reports at its own beat. */
@@ -146,15 +161,15 @@ export class World {
     const offset_m = offset_at(run.calls, time);
     const { place, bearing_deg } = place_at(run.trip.pattern, offset_m);
     const on_trip = ['under_way', 'waiting', 'at_terminus', 'standing', 'detoured', 'stale'].includes(status);
-    const assigned = status === 'under_way' && run.trick > 0.95;
+    const confidence = status === 'under_way' ? this.confidence_of(run) : null;
     const trip = this.trip(run, now_s);
     return {
       vehicle_id: run.trip.vehicle_id, status, reason, since: run.calls[0].arrival - 120, last_report: time,
       last_received: Math.min(now_s, time + 4),
       lat: round(place[1] + (status === 'off_route' ? 0.012 : 0)), lon: round(place[0] + (status === 'off_route' ? -0.03 : 0)),
       bearing_deg: Math.round(bearing_deg * 10) / 10, speed_mps: 12.5,
-      trip: on_trip ? run.key : null, reported_trip_id: status === 'no_trip' || assigned ? null : run.trip.trip_id,
-      trip_confidence: assigned ? 0.87 : null,
+      trip: on_trip ? run.key : null, reported_trip_id: status === 'no_trip' || confidence !== null ? null : run.trip.trip_id,
+      trip_confidence: confidence,
       route_id: trip.route_id, line: trip.line, color: trip.color,
       direction_id: on_trip ? trip.direction_id : null, headsign: on_trip ? trip.headsign : null,
       pattern: on_trip ? trip.pattern : null, offset_m: on_trip ? Math.round(offset_m * 10) / 10 : null,
@@ -175,7 +190,7 @@ function status_of(run, state) {
 }
 
 function next_stop_of(stops) {
-  const next = stops.find((stop) => !stop.observed);
+  const next = stops.find((stop) => !stop.observed && !stop.skipped);
   if (!next || next.arrival === null) return null;
   const { stop_sequence, stop_id, stop_name, arrival, delay_s, lower_90, upper_90 } = next;
   return { stop_sequence, stop_id, stop_name, arrival, delay_s, lower_90, upper_90 };

@@ -7,6 +7,7 @@ import { render } from 'preact';
 import { useEffect, useRef, useState } from 'preact/hooks';
 import { useWords } from './i18n/texts';
 import { MapPane } from './map/map_pane';
+import { ChangesPanel } from './panels/changes_panel';
 import { LinePanel } from './panels/line_panel';
 import { Overview } from './panels/overview';
 import { ScoresPanel } from './panels/scores_panel';
@@ -14,12 +15,20 @@ import { SourcesPanel } from './panels/sources_panel';
 import { StopPanel } from './panels/stop_panel';
 import { TripPanel, VehiclePanel } from './panels/vehicle_panel';
 import { go_live, status } from './state/live';
-import { hash_of, select, selection, type Selection } from './state/selection';
+import { hash_of, select, selection, type PanelName, type Selection } from './state/selection';
 import { useStore } from './state/store';
 import { Banner } from './ui/banner';
 import { SearchBox } from './ui/search_box';
 import { Sheet, type SheetSize } from './ui/sheet';
 import { Toolbar } from './ui/toolbar';
+
+function NamedPanel({ name }: { name: PanelName }) {
+  switch (name) {
+    case 'scores': return <ScoresPanel />;
+    case 'sources': return <SourcesPanel />;
+    case 'changes': return <ChangesPanel />;
+  }
+}
 
 function PanelContent({ shown }: { shown: Selection }) {
   switch (shown?.kind) {
@@ -27,7 +36,7 @@ function PanelContent({ shown }: { shown: Selection }) {
     case 'trip': return <TripPanel key={shown.id} id={shown.id} />;
     case 'stop': return <StopPanel key={shown.id} id={shown.id} />;
     case 'line': return <LinePanel key={shown.id} id={shown.id} />;
-    case 'panel': return shown.id === 'scores' ? <ScoresPanel /> : <SourcesPanel />;
+    case 'panel': return <NamedPanel name={shown.id} />;
     default: return <Overview />;
   }
 }

@@ -8,6 +8,7 @@ ApiOptions ApiTest::sample_options() {
   ApiOptions options;
   options.server.token = "secret";
   options.files["/index.html"] = {"<!doctype html>", "text/html; charset=utf-8"};
+  options.files["/index.html"].headers = {{"Content-Security-Policy", "script-src 'self'"}};
   options.files["/assets/page.js"] = {"go()", "text/javascript", "public, max-age=31536000"};
   options.actions["reload"] = [] { return "the timetable is fetched again"; };
   options.why = [](const TripKey& trip) {

@@ -51,6 +51,17 @@ TEST_F(FeedRoutes, Siri) {
   EXPECT_EQ(error("/siri/sm?stop=X"), "404 not_found");
 }
 
+TEST_F(FeedRoutes, SiriSaysThatATripWasFoundByTheVehiclesCourse) {
+  const std::string level = "<ConfidenceLevel>probablyReliable</ConfidenceLevel>";
+  EXPECT_THAT(get("/siri/et").body, Not(HasSubstr(level)));
+  Snapshot snapshot = testing::sample_snapshot();
+  snapshot.serial = 2;
+  snapshot.vehicles[0].confidence = 0.9;
+  show(snapshot);
+  EXPECT_THAT(get("/siri/et").body, HasSubstr(level));
+  EXPECT_THAT(get("/siri/sm?stop=C").body, HasSubstr(level));
+}
+
 TEST_F(FeedRoutes, NothingWithoutATimetable) {
   Snapshot snapshot;
   snapshot.serial = 2;

@@ -27,6 +27,8 @@ TEST(Metrics, TellsWhatTheSnapshotHas) {
         "qiv_vehicles{status=\"under_way\"} 1",
         "qiv_vehicles{status=\"stale\"} 0",
         "qiv_trips{state=\"not_begun\"} 1",
+        "qiv_vehicles_assigned 0",
+        "qiv_trips_assigned 0",
         "qiv_trip_updates_trips 2",
         "qiv_trip_updates_age_seconds 0",
         "qiv_trip_updates_standing 0",
@@ -67,6 +69,14 @@ TEST(Metrics, EveryFamilyIsThereOnceWithHelpAndNamedByTheRules) {
       EXPECT_TRUE(line.starts_with(family)) << line;
     }
   }
+}
+
+TEST(Metrics, CountWhatWasAssigned) {
+  Snapshot snapshot = sample_snapshot();
+  snapshot.vehicles[0].confidence = 0.9;
+  const std::string text = metrics_text(*outputs_of(snapshot), {});
+  EXPECT_THAT(text, HasSubstr("\nqiv_vehicles_assigned 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nqiv_trips_assigned 1\n"));
 }
 
 TEST(Metrics, AreThereBeforeTheTimetable) {

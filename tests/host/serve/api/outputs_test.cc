@@ -31,6 +31,20 @@ TEST(Outputs, CountsEveryKind) {
   EXPECT_EQ(outputs->trips_by_state().size(), 6u);
 }
 
+TEST(Outputs, CountsWhatWasAssigned) {
+  Snapshot snapshot = sample_snapshot();
+  EXPECT_EQ(outputs_of(snapshot)->assigned_vehicles(), 0u);
+  EXPECT_EQ(outputs_of(snapshot)->assigned_trips(), 0u);
+  snapshot.vehicles[0].confidence = 0.9;
+  snapshot.vehicles[1].confidence = 0.8;
+  snapshot.vehicles[1].trip = snapshot.trips[1].trip;
+  const OutputsPtr outputs = outputs_of(snapshot);
+  EXPECT_EQ(outputs->assigned_vehicles(), 2u);
+  EXPECT_EQ(outputs->assigned_trips(), 1u) << "one of the two leads";
+  EXPECT_EQ(outputs->trip_confidence(snapshot.trips[1]), 0.9);
+  EXPECT_EQ(outputs->trip_confidence(snapshot.trips[0]), std::nullopt);
+}
+
 TEST(Outputs, WhatHasANameIsMadeOnce) {
   const OutputsPtr outputs = outputs_of(sample_snapshot());
   int made = 0;

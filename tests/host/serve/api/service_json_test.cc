@@ -85,7 +85,12 @@ TEST(ChangesJson, TellsWhatTheAgencySays) {
   EXPECT_EQ(changes["trips"][0]["trip"], "later@20250304");
   EXPECT_EQ(changes["trips"][0]["canceled"], true);
   EXPECT_EQ(changes["trips"][0]["said_by"], "updates");
+  EXPECT_EQ(changes["trips"][0]["headsign"], "Seaside");
+  EXPECT_EQ(changes["trips"][0]["color"], "00AA55");
+  EXPECT_EQ(changes["trips"][0]["departure"],
+            unix_seconds(testing::at("09:00:00") + std::chrono::days(1)));
   EXPECT_EQ(changes["trips"][1]["skipped_stops"][0]["stop_id"], "B");
+  EXPECT_EQ(changes["trips"][1]["skipped_stops"][0]["stop_name"], "Bridge");
   EXPECT_EQ(changes["trips"][1]["why"], "Road works");
   EXPECT_EQ(changes["added"][0]["trip_id"], "extra");
   EXPECT_EQ(changes["added"][0]["start_time"], nullptr);

@@ -58,6 +58,7 @@ TEST_F(ServiceRoutes, TheDescriptionIsServed) {
 TEST_F(ServiceRoutes, ThePage) {
   EXPECT_EQ(get("/").body, "<!doctype html>");
   EXPECT_EQ(get("/index.html").headers.at("cache-control"), "no-cache");
+  EXPECT_EQ(get("/").headers.at("content-security-policy"), "script-src 'self'");
   EXPECT_EQ(get("/assets/page.js").headers.at("cache-control"), "public, max-age=31536000");
   EXPECT_EQ(get("/assets/other.js").status, 404);
 }

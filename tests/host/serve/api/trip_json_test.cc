@@ -42,7 +42,7 @@ TEST(TripJson, ASummaryHasNoStops) {
   const OutputsPtr outputs = outputs_of(sample_snapshot());
   JsonWriter writer;
   const auto trip = shown(outputs->snapshot().trips[0], outputs->index());
-  write_trip_summary(writer, *trip, outputs->index());
+  write_trip_summary(writer, *trip, *outputs);
   const json summary = json::parse(writer.take());
   EXPECT_FALSE(summary.contains("stops"));
   EXPECT_EQ(summary["trip"], "later@20250303");
@@ -56,7 +56,7 @@ TEST(TripJson, TimesNeverDecrease) {
   snapshot.trips[0].stops.edit()[3].arrival.time -= Seconds(600);
   const OutputsPtr outputs = outputs_of(snapshot);
   JsonWriter writer;
-  write_trip(writer, *shown(outputs->snapshot().trips[0], outputs->index()), outputs->index());
+  write_trip(writer, *shown(outputs->snapshot().trips[0], outputs->index()), *outputs);
   const json stops = json::parse(writer.take())["stops"];
   EXPECT_EQ(stops[3]["arrival"], stops[2]["departure"]);
 }
@@ -73,7 +73,7 @@ TEST(TripJson, ExpectsNothingOfACallThatIsNotMade) {
   snapshot.trips[1].stops.edit()[2].skipped = true;
   const OutputsPtr outputs = outputs_of(snapshot);
   JsonWriter writer;
-  write_trip(writer, *shown(outputs->snapshot().trips[1], outputs->index()), outputs->index());
+  write_trip(writer, *shown(outputs->snapshot().trips[1], outputs->index()), *outputs);
   const json trip = json::parse(writer.take());
   EXPECT_EQ(trip["stops"][2]["skipped"], true);
   EXPECT_EQ(trip["stops"][2]["arrival"], nullptr);
@@ -98,8 +98,29 @@ TEST(TripJson, ACanceledTripIsOnTheBoardWithItsTimetable) {
   EXPECT_EQ(arrivals[0]["departure"], nullptr);
   EXPECT_EQ(arrivals[0]["scheduled_departure"], unix_seconds(at("09:00:00")));
   JsonWriter whole;
-  write_trip(whole, *shown(outputs->snapshot().trips[0], outputs->index()), outputs->index());
+  write_trip(whole, *shown(outputs->snapshot().trips[0], outputs->index()), *outputs);
   EXPECT_EQ(json::parse(whole.take())["next_stop"], nullptr);
+}
+
+TEST(TripJson, SaysHowSureATripIsThatItsVehicleDoesNotName) {
+  Snapshot snapshot = sample_snapshot();
+  const auto stated = [](const Snapshot& of) {
+    const OutputsPtr outputs = outputs_of(of);
+    JsonWriter writer;
+    write_trip_summary(writer, *shown(outputs->snapshot().trips[1], outputs->index()), *outputs);
+    JsonWriter board;
+    board.begin_object();
+    write_arrivals(board, *outputs, *of.network->find_stop(StopId("C")), {});
+    board.end_object();
+    const json trip = json::parse(writer.take());
+    EXPECT_EQ(json::parse(board.take())["arrivals"][0]["trip_confidence"], trip["trip_confidence"]);
+    return trip["trip_confidence"];
+  };
+  EXPECT_EQ(stated(snapshot), nullptr);
+  snapshot.vehicles[0].confidence = 0.875;
+  EXPECT_EQ(stated(snapshot), 0.88);
+  snapshot.vehicles[0].trip = snapshot.trips[0].trip;
+  EXPECT_EQ(stated(snapshot), nullptr) << "it is another trip that was found by the course";
 }
 
 }  // namespace

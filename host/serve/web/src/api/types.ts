@@ -43,6 +43,8 @@ export interface TripHead {
   headsign: string | null;
   pattern: string;
   vehicle_id: string | null;
+  /** Of a trip that was found by the vehicle's course. */
+  trip_confidence: number | null;
   state: TripState;
   basis: Basis;
   earlier_trips: number;
@@ -263,6 +265,50 @@ export interface NetworkGeoJson {
   type: 'FeatureCollection';
   bbox: number[];
   features: (PathFeature | StopFeature)[];
+}
+
+/** What the agency says of a trip of the timetable. */
+export interface ChangedTrip {
+  trip: string;
+  trip_id: string;
+  start_date: string;
+  route_id: string | null;
+  line: string | null;
+  color: string | null;
+  headsign: string | null;
+  departure: number | null;
+  canceled: boolean;
+  /** A vehicle was seen under way on it all the same. */
+  contradicted: boolean;
+  skipped_stops: { stop_sequence: number; stop_id: string; stop_name: string | null }[];
+  said_by: string;
+  why: string;
+}
+
+/** A trip that the agency runs beside its timetable. */
+export interface AddedTrip {
+  trip_id: string;
+  route_id: string | null;
+  start_date: string | null;
+  start_time: string | null;
+  vehicle_id: string | null;
+  stops: number;
+  said_by: string;
+}
+
+export interface Informed { route_id: string | null; trip_id: string | null; stop_id: string | null }
+
+export interface Alert { alert_id: string; effect: string; header: string | null; informed: Informed[] }
+
+/** How the service differs from the timetable, as the agency says. */
+export interface Changes {
+  now: number;
+  heard: boolean;
+  trips: ChangedTrip[];
+  added: AddedTrip[];
+  alerts: Alert[];
+  calls_without_data: number;
+  not_used: Reason[];
 }
 
 /** A vehicle in an event: what moves, in short names. */

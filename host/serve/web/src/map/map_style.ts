@@ -34,13 +34,11 @@ export function configured_base_map(): BaseMap | null {
   return tiles && !tiles.startsWith('{{') ? { tiles, attribution: content('qiv-tiles-attribution') } : null;
 }
 
-export const label_font = ['Figtree Variable', 'system-ui', 'sans-serif'];
-
 const route_colour = (fallback: string): ExpressionSpecification => [
   'case', ['==', ['typeof', ['get', 'color']], 'string'], ['concat', '#', ['get', 'color']], fallback,
 ];
 
-/** Everything that the map draws but the vehicles. Nothing in it has an address, but for tiles. */
+/** Everything that the map draws but names and vehicles. Nothing in it has an address, but for tiles. */
 export function map_style(colours: MapColours, base: BaseMap | null): StyleSpecification {
   const empty = { type: 'geojson' as const, data: { type: 'FeatureCollection' as const, features: [] } };
   const width = (thin: number, thick: number): ExpressionSpecification =>
@@ -87,15 +85,6 @@ export function map_style(colours: MapColours, base: BaseMap | null): StyleSpeci
           'circle-radius': width(3.2, 9), 'circle-color': colours.stop_fill,
           'circle-stroke-color': colours.accent, 'circle-stroke-width': width(1.8, 3.5),
         },
-      },
-      {
-        id: 'stop_names', type: 'symbol', source: 'stops', minzoom: 9.4,
-        layout: {
-          'text-field': ['get', 'name'], 'text-font': label_font, 'text-size': ['interpolate', ['linear'], ['zoom'], 10, 11, 15, 14],
-          'text-variable-anchor': ['left', 'right', 'top', 'bottom'], 'text-radial-offset': 0.75,
-          'text-justify': 'auto', 'text-padding': 6, 'text-max-width': 9,
-        },
-        paint: { 'text-color': colours.label, 'text-halo-color': colours.halo, 'text-halo-width': 1.6 },
       },
     ],
   };

@@ -4,7 +4,9 @@ import type { Position } from '../api/types';
 import { fleet, type FleetVehicle } from '../state/fleet';
 import type { Network } from '../state/network';
 import { configured_base_map, map_colours, map_style } from './map_style';
+import { contains, overlap, type PlacedName } from './name_placer';
 import type { Path } from './path';
+import { StopNames } from './stop_names';
 import { VehiclePainter, type Mark } from './vehicle_painter';
 
 const frame_ms = 33;
@@ -31,6 +33,8 @@ export class NetworkMap {
   private readonly map: GlMap;
   private readonly overlay: HTMLCanvasElement;
   private readonly painter: VehiclePainter;
+  private readonly stop_names: StopNames;
+  private names: PlacedName[] = [];
   private network: Network | null = null;
   private chosen: Chosen = { vehicle: null, line: null, path: null, passed_m: 0, stops: [] };
   private hovered: string | null = null;
@@ -63,6 +67,7 @@ export class NetworkMap {
     this.map.touchZoomRotate.disableRotation();
     this.map.keyboard.disableRotation();
     this.map.addControl(new ScaleControl({ maxWidth: 110 }), 'bottom-right');
+    this.stop_names = new StopNames(this.map);
     this.overlay = document.createElement('canvas');
     this.overlay.className = 'vehicles';
     this.overlay.setAttribute('aria-hidden', 'true');
@@ -146,7 +151,10 @@ export class NetworkMap {
       this.loaded = true;
       this.fill();
     });
-    this.map.on('render', () => this.paint(0));
+    this.map.on('render', () => {
+      this.names = this.stop_names.paint(this.network, this.colours);
+      this.paint(0);
+    });
     this.map.on('moveend', () => {
       const box = this.map.getBounds();
       this.events.moved([box.getWest(), box.getSouth(), box.getEast(), box.getNorth()]);
@@ -171,6 +179,7 @@ export class NetworkMap {
     let best: Mark | null = null;
     let best_px = touch_px;
     for (const mark of this.marks) {
+      if (mark.badge && contains(mark.badge, x, y)) return mark.vehicle;
       const distance = Math.hypot(mark.x - x, mark.y - y);
       if (distance < best_px) [best, best_px] = [mark, distance];
     }
@@ -181,9 +190,9 @@ export class NetworkMap {
     if (!this.loaded) return null;
     const reach = 9;
     const found = this.map.queryRenderedFeatures(
-      [[x - reach, y - reach], [x + reach, y + reach]], { layers: ['stops', 'chosen_stops', 'stop_names'] },
+      [[x - reach, y - reach], [x + reach, y + reach]], { layers: ['stops', 'chosen_stops'] },
     );
-    return (found[0]?.properties['stop_id'] as string | undefined) ?? null;
+    return (found[0]?.properties['stop_id'] as string | undefined) ?? this.names.find((name) => contains(name, x, y))?.id ?? null;
   }
 
   private source(name: string): GeoJSONSource | undefined {
@@ -262,8 +271,12 @@ export class NetworkMap {
     this.overlay.dataset['drawn'] = String(this.marks.length);
     this.painter.paint(this.marks, {
       chosen: this.chosen.vehicle, hovered: this.hovered, line: this.chosen.line,
-      ring: this.colours.stop_fill, accent: this.colours.accent, reported,
+      ring: this.colours.stop_fill, accent: this.colours.accent, reported, names: this.names,
     });
+    this.overlay.dataset['named'] = String(this.names.length);
+    const badges = this.marks.flatMap((mark) => mark.badge ?? []);
+    this.overlay.dataset['badges'] = String(badges.length);
+    this.overlay.dataset['covered'] = String(this.names.filter((name) => badges.some((badge) => overlap(badge, name))).length);
   }
 
   private keep_in_view(x: number, y: number, place: Position): void {

@@ -1,4 +1,5 @@
 import { lateness_class, shades } from './lateness';
+import { beside, overlap, type Box } from './name_placer';
 import type { FleetVehicle } from '../state/fleet';
 
 export interface Mark {
@@ -7,6 +8,8 @@ export interface Mark {
   y: number;
   /** On the screen, clockwise from up. */
   bearing_deg: number | null;
+  /** The badge with its line, where there was room for one. */
+  badge?: Box | undefined;
 }
 
 export interface PaintOptions {
@@ -18,6 +21,8 @@ export interface PaintOptions {
   accent: string;
   /** Where the chosen vehicle was last reported, when that is elsewhere. */
   reported: { x: number; y: number } | null;
+  /** What no badge may cover. */
+  names: Box[];
 }
 
 const font = '600 11.5px "Figtree Variable", system-ui, sans-serif';
@@ -28,8 +33,10 @@ const most_labelled = 800;
 const most_placed = 120;
 const widths = new Map<string, number>();
 
-/** Draws the vehicles: pills with the line when there is room, else dots; a nose shows the direction. */
+/** Draws the vehicles: dots with a nose for the direction, and badges with the line where there is room. */
 export class VehiclePainter {
+  private sides = new Map<string, number>();
+
   constructor(private readonly context: CanvasRenderingContext2D) {}
 
   paint(marks: Mark[], options: PaintOptions): void {
@@ -46,19 +53,32 @@ export class VehiclePainter {
     for (const mark of ranked.reverse()) this.paint_mark(mark, labels.get(mark) ?? '', options);
   }
 
-  /** Which vehicles have room for a label: the chosen one first, then the most off their times. */
+  /**
+   * Which vehicles have room for a badge, on them or beside them: the chosen one first, then the most
+   * off their times. A badge beside its vehicle stays on its side while it can.
+   */
   private place_labels(ranked: Mark[], options: PaintOptions): Map<Mark, string> {
-    const placed: { x: number; y: number; half_width: number }[] = [];
+    const placed: Box[] = [];
     const labels = new Map<Mark, string>();
+    const before = this.sides;
+    this.sides = new Map();
     for (const mark of ranked.slice(0, most_labelled)) {
       const forced = mark.vehicle.id === options.chosen || mark.vehicle.id === options.hovered;
       if (!forced && (placed.length >= most_placed || mark.vehicle.status === 'stale')) continue;
       const label = label_of(mark.vehicle);
       const half_width = this.half_width_of(label);
-      const free = placed.every((other) =>
-        Math.abs(other.x - mark.x) > other.half_width + half_width + 3 || Math.abs(other.y - mark.y) > pill_height + 3);
-      if (!free && !forced) continue;
-      placed.push({ x: mark.x, y: mark.y, half_width });
+      const on = { x: mark.x, y: mark.y, half_width, half_height: pill_height / 2 };
+      const boxes = [on, ...beside(mark.x, mark.y, half_width, pill_height / 2, dot_radius + 3)];
+      const free = (box: Box, gap: number) =>
+        placed.every((other) => !overlap(box, other, 3)) && options.names.every((name) => !overlap(box, name, gap));
+      const kept = before.get(mark.vehicle.id) ?? 0;
+      // Back onto the vehicle only where there is room to spare, lest the badge jumps to and fro.
+      const first = kept !== 0 && !free(on, 8) ? [kept] : [0];
+      const at = [...first, ...boxes.keys()].find((side) => free(boxes[side]!, 1)) ?? (forced ? kept : undefined);
+      if (at === undefined) continue;
+      this.sides.set(mark.vehicle.id, at);
+      mark.badge = boxes[at]!;
+      placed.push(mark.badge);
       labels.set(mark, label);
     }
     return labels;
@@ -75,8 +95,10 @@ export class VehiclePainter {
     const shade = shades[lateness_class(vehicle.lateness_s)];
     const faint = vehicle.status === 'stale' || (options.line !== null && vehicle.route_id !== options.line && !chosen);
     c.globalAlpha = faint ? 0.4 : 1;
-    const half_width = label ? this.half_width_of(label) : dot_radius;
-    const half_height = label ? pill_height / 2 : dot_radius;
+    const badge = label ? mark.badge : undefined;
+    const is_on = badge !== undefined && badge.x === mark.x && badge.y === mark.y;
+    const half_width = is_on ? badge.half_width : dot_radius;
+    const half_height = is_on ? badge.half_height : dot_radius;
     if (chosen) {
       c.fillStyle = options.accent;
       c.globalAlpha = 0.25;
@@ -85,17 +107,23 @@ export class VehiclePainter {
       c.globalAlpha = 1;
     }
     if (mark.bearing_deg !== null) this.nose(mark, half_width, half_height, shade.fill, options.ring);
-    this.round(mark.x, mark.y, half_width, half_height);
-    c.fillStyle = shade.fill;
-    c.strokeStyle = options.ring;
+    this.disc(mark.x, mark.y, half_width, half_height, shade.fill, options.ring);
+    if (badge) {
+      if (!is_on) this.disc(badge.x, badge.y, badge.half_width, badge.half_height, shade.fill, options.ring);
+      c.fillStyle = shade.ink;
+      c.fillText(label, badge.x, badge.y + 0.5);
+    }
+    c.globalAlpha = 1;
+  }
+
+  private disc(x: number, y: number, half_width: number, half_height: number, fill: string, ring: string): void {
+    const c = this.context;
+    this.round(x, y, half_width, half_height);
+    c.fillStyle = fill;
+    c.strokeStyle = ring;
     c.lineWidth = 2;
     c.stroke();
     c.fill();
-    if (label) {
-      c.fillStyle = shade.ink;
-      c.fillText(label, mark.x, mark.y + 0.5);
-    }
-    c.globalAlpha = 1;
   }
 
   private nose(mark: Mark, half_width: number, half_height: number, fill: string, ring: string): void {

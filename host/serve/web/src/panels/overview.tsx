@@ -1,10 +1,11 @@
 import { useWords, type Words } from '../i18n/texts';
 import { class_limits_s, lateness_class, lateness_classes, type LatenessClass } from '../map/lateness';
 import { fleet } from '../state/fleet';
-import { clock, status, ticks } from '../state/live';
+import { changes, clock, status, ticks } from '../state/live';
 import { useStore } from '../state/store';
 import { long_date } from '../ui/times';
 import { Icon } from '../ui/icons';
+import { changes_in } from './changes_panel';
 import { VehicleList } from './vehicle_list';
 
 export function range_of(kind: LatenessClass, words: Words): string {
@@ -43,9 +44,25 @@ export function Overview() {
       <nav class="doors" aria-label={words.say('overview')}>
         <a href="#panel=scores"><Icon name="chart" /><span>{words.say('accuracy')}</span><Icon name="chevron" /></a>
         <a href="#panel=sources"><Icon name="source" /><span>{words.say('sources')}</span><Icon name="chevron" /></a>
+        <ChangesDoor />
       </nav>
       <VehicleList line={null} />
     </>
+  );
+}
+
+/** The way to what the agency says, where it says anything. */
+function ChangesDoor() {
+  const words = useWords();
+  const said = useStore(changes);
+  if (!said?.heard) return null;
+  return (
+    <a href="#panel=changes" class="wide">
+      <Icon name="notice" />
+      <span>{words.say('changes')}</span>
+      <b>{words.number(changes_in(said))}</b>
+      <Icon name="chevron" />
+    </a>
   );
 }
 

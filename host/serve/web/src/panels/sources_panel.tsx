@@ -3,6 +3,7 @@ import { useWords } from '../i18n/texts';
 import { sources, status } from '../state/live';
 import { useStore } from '../state/store';
 import { PanelHead } from './panel_head';
+import { Reasons } from './reasons';
 
 const counts = [
   'positions', 'statements', 'fetches', 'failures', 'not_modified', 'duplicates', 'out_of_order', 'empty', 'time_jumps',
@@ -45,16 +46,7 @@ function SourceCard({ source }: { source: Source }) {
           <div key={name}><dt>{words.say(`count_${name}`)}</dt><dd>{words.number(source[name])}</dd></div>
         ))}
       </dl>
-      {source.rejections.length > 0 && (
-        <details class="table-fold">
-          <summary>{words.say('not_used')} · {words.number(source.rejections.reduce((sum, one) => sum + one.count, 0))}</summary>
-          <ul class="reasons">
-            {source.rejections.map((one) => (
-              <li key={one.reason}><b>{words.number(one.count)}</b><span>{one.reason}<small>{one.first}</small></span></li>
-            ))}
-          </ul>
-        </details>
-      )}
+      <Reasons reasons={source.rejections} />
     </section>
   );
 }

@@ -10,6 +10,7 @@ import { useFollowed } from '../ui/follow';
 import { LineBadge } from '../ui/line_badge';
 import { RovingList } from '../ui/roving_list';
 import { minutes_until, time_of_day } from '../ui/times';
+import { Alerts } from './alerts';
 import { PanelHead } from './panel_head';
 
 /** The departure board of a stop. */
@@ -40,6 +41,7 @@ export function StopPanel({ id }: { id: string }) {
           </div>
         )}
       </PanelHead>
+      <Alerts stop={id} routes={routes} />
       {!data && <p class="quiet pad" role="status">{words.say(gone ? 'not_found' : 'loading')}</p>}
       {data && (
         <section aria-labelledby="board-title">
@@ -93,6 +95,9 @@ function BoardRow({ arrival, scale, now_s }: { arrival: Made<Arrival>; scale: Ba
       : words.count('stops_away', arrival.stops_before + 1);
   const notes = [where];
   if (!arrival.last_stop) notes.push(words.say('leave_by', { time: time(arrival.leave_by) }));
+  if (arrival.trip_confidence !== null) {
+    notes.push(words.say('assigned_by_course', { share: words.percent(arrival.trip_confidence) }));
+  }
   if (arrival.basis === 'timetable') notes.push(words.say('by_timetable_only'));
   return (
     <li class={arrival.last_stop ? 'board-row ends' : 'board-row'}>

@@ -6,6 +6,7 @@ import { Band, BandAxis, BandKey, band_scale, type BandScale } from '../ui/band'
 import { useAsked } from '../ui/follow';
 import { RovingList } from '../ui/roving_list';
 import { minutes_until, service_day, time_of_day } from '../ui/times';
+import { Alerts } from './alerts';
 
 const most_reasons = 8;
 const why_every_ms = 30_000;
@@ -21,6 +22,7 @@ export function TripView({ trip, now_s }: { trip: Trip; now_s: number }) {
   const next = expected[0];
   return (
     <>
+      <Alerts trip={trip.trip_id} routes={trip.route_id === null ? [] : [trip.route_id]} />
       {next && <NextStopCard stop={next} now_s={now_s} first={passed.length === 0} />}
       <section aria-labelledby="stops-title">
         <div class="section-head">

@@ -80,6 +80,9 @@ export function TripPanel({ id }: { id: string }) {
           {trip.vehicle_id && (
             <a href={`#vehicle=${segment(trip.vehicle_id)}`}>{words.say('vehicle')} {trip.vehicle_id}</a>
           )}
+          {trip.trip_confidence !== null && (
+            <span>{words.say('assigned_by_course', { share: words.percent(trip.trip_confidence) })}</span>
+          )}
         </p>
         {gone && <p class="note" role="status">{words.say('not_on_display')}</p>}
       </PanelHead>

@@ -1,6 +1,6 @@
 import { getJson } from '../api/client';
 import { EventFeed, type FeedState } from '../api/event_feed';
-import type { Source, Sources, Status, Vehicles, VehiclesEvent } from '../api/types';
+import type { Changes, Source, Sources, Status, Vehicles, VehiclesEvent } from '../api/types';
 import { fleet } from './fleet';
 import { load_network, network } from './network';
 import { ServiceClock } from './service_clock';
@@ -8,6 +8,7 @@ import { Store } from './store';
 
 const status_every_ms = 5_000;
 const details_every_ms = 10_000;
+const changes_every_ms = 15_000;
 /** With more vehicles than this, details are asked for what the map shows only. */
 const small_fleet = 1_500;
 
@@ -15,6 +16,8 @@ export const clock = new ServiceClock();
 export const connection = new Store<FeedState>({ kind: 'connecting' });
 export const status = new Store<Status | null>(null);
 export const sources = new Store<Source[]>([]);
+/** What the agency says of its service; null while it is not known whether it says anything. */
+export const changes = new Store<Changes | null>(null);
 /** Counts seconds, for whatever shows times that pass. */
 export const ticks = new Store(0);
 /** What the map shows: west, south, east, north. */
@@ -66,6 +69,7 @@ export function go_live(): void {
     }
   });
   repeat(refresh_details, details_every_ms, () => undefined);
+  repeat(async () => changes.set(await getJson<Changes>('/api/v1/changes')), changes_every_ms, () => undefined);
   feed = new EventFeed('/events?vehicles=all', {
     events: { vehicles: take_event },
     poll: refresh_details,

@@ -1,9 +1,12 @@
 import { Store } from './store';
 
+const panels = ['scores', 'sources', 'changes'] as const;
+export type PanelName = (typeof panels)[number];
+
 /** What the panel shows: one thing of the network, one of the panels, or (null) the overview. */
 export type Selection =
   | { kind: 'vehicle' | 'stop' | 'trip' | 'line'; id: string }
-  | { kind: 'panel'; id: 'scores' | 'sources' }
+  | { kind: 'panel'; id: PanelName }
   | null;
 
 const kinds = ['vehicle', 'stop', 'trip', 'line'] as const;
@@ -15,8 +18,8 @@ export function selection_of(hash: string): Selection {
     const id = fields.get(kind);
     if (id) return { kind, id };
   }
-  const panel = fields.get('panel');
-  return panel === 'scores' || panel === 'sources' ? { kind: 'panel', id: panel } : null;
+  const panel = panels.find((name) => name === fields.get('panel'));
+  return panel ? { kind: 'panel', id: panel } : null;
 }
 
 export function hash_of(selection: Selection): string {
