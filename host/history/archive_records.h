@@ -34,6 +34,7 @@ struct RunQuery {
   std::optional<ServiceDate> first_day;
   std::optional<ServiceDate> last_day;
   std::optional<ServiceDate> followed_until = std::nullopt;
+  std::optional<Instant> ended_from = std::nullopt;
 };
 
 /// A recorded day that was followed: its trips, and what they were made from. `state` is the

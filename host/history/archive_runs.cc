@@ -106,7 +106,8 @@ void Archive::read_runs(const RunQuery& query,
     SELECT run.trip, day, start, vehicle, pattern, progress, calls.times, followed, finished
     FROM run JOIN name AS t ON t.id = run.trip JOIN name AS v ON v.id = vehicle
     LEFT JOIN calls ON calls.id = run.calls
-    WHERE day BETWEEN ?1 AND ?2 AND followed <= ?3 AND pattern = ?4 AND NOT EXISTS (
+    WHERE day BETWEEN ?1 AND ?2 AND followed <= ?3 AND finished >= ?4
+      AND pattern = ?5 AND NOT EXISTS (
       SELECT 1 FROM run AS later WHERE later.trip = run.trip AND later.day = run.day
       AND later.start = run.start AND later.vehicle = run.vehicle
       AND later.followed > run.followed AND later.followed <= ?3)
@@ -115,7 +116,7 @@ void Archive::read_runs(const RunQuery& query,
     SELECT run.trip, day, start, vehicle, pattern, progress, calls.times, followed, finished
     FROM run JOIN name AS t ON t.id = run.trip JOIN name AS v ON v.id = vehicle
     LEFT JOIN calls ON calls.id = run.calls
-    WHERE day BETWEEN ?1 AND ?2 AND followed <= ?3 AND NOT EXISTS (
+    WHERE day BETWEEN ?1 AND ?2 AND followed <= ?3 AND finished >= ?4 AND NOT EXISTS (
       SELECT 1 FROM run AS later WHERE later.trip = run.trip AND later.day = run.day
       AND later.start = run.start AND later.vehicle = run.vehicle
       AND later.followed > run.followed AND later.followed <= ?3)
@@ -128,8 +129,9 @@ void Archive::read_runs(const RunQuery& query,
     Query select = _impl->query(pattern ? select_of_pattern : select_all);
     select.with(query.first_day ? day_number(*query.first_day) : -last_number,
                 query.last_day ? day_number(*query.last_day) : last_number,
-                query.followed_until ? day_number(*query.followed_until) : last_number);
-    if (pattern) select.bind(4, *pattern);
+                query.followed_until ? day_number(*query.followed_until) : last_number,
+                query.ended_from ? std::int64_t{unix_seconds(*query.ended_from)} : -last_number);
+    if (pattern) select.bind(5, *pattern);
     while (select.next()) take(_impl->read_run(select));
   });
 }

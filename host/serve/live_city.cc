@@ -1,9 +1,11 @@
 #include "serve/live_city.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 #include <variant>
 
+#include "serve/archive_replay.h"
 #include "serve/vehicle_views.h"
 
 namespace qiv {
@@ -61,6 +63,15 @@ struct LiveCity::Generation {
   std::map<VehicleId, TripKey> on_road;
 };
 
+/// A generation that is being made beside the present one.
+struct LiveCity::Renewal {
+  Renewal(std::unique_ptr<Generation> g, ArchiveReplay r)
+      : generation(std::move(g)), replay(std::move(r)) {}
+
+  std::unique_ptr<Generation> generation;
+  ArchiveReplay replay;
+};
+
 LiveCity::LiveCity(std::shared_ptr<const Network> network, LearnedSettings settings,
                    Archive& archive, HistoryFactory histories, LiveCityOptions options)
     : _archive(archive),
@@ -104,53 +115,33 @@ Instant LiveCity::rebuild_from(Instant now) const {
   return std::max(from - _options.rebuild_margin, now - _options.longest_rebuild);
 }
 
-/// The trips that the archive says have ended in this time are learned as they were then, whatever
-/// comes of them here, where some began before the replay.
-void LiveCity::replay_into(Generation& generation, Instant from, Instant now) const {
-  TrackedEngine& tracked = generation.tracked;
-  tracked.observe({[&](const TrackEvent& event) { generation.note(event); }, {}, {}});
-  tracked.learn_by_itself(false);
-  generation.bounds->ended_before = std::min(from, _options.history_until);
-  std::vector<ArchivedRun> ended;
-  RunQuery lately;
-  lately.first_day = _network->clock().local_day(from) - std::chrono::days(2);
-  _archive.read_runs(lately, [&](ArchivedRun&& run) {
-    if (run.ended >= from && run.ended <= now) ended.push_back(std::move(run));
-  });
-  auto next = ended.begin();
-  const auto learn_until = [&](Instant until) {
-    for (; next != ended.end() && next->ended < until; ++next) {
-      tracked.engine().learn_from(next->run, *next->ended);
-    }
-  };
-  constexpr Seconds step = std::chrono::minutes(10);
-  for (Instant begin = from; begin <= now; begin += step) {
-    const Instant end = std::min(begin + step, now + Seconds(1));
-    for_each_second(_archive.positions(begin, end), [&](std::span<const VehiclePosition> together) {
-      learn_until(together.front().received);
-      generation.see(together.front().received);
-      tracked.take(together);
-    });
-  }
-  generation.see(now);
-  tracked.advance(now);
-  learn_until(now + Seconds(1));
-  tracked.learn_by_itself(true);
-  generation.bounds->ended_before = _options.history_until;
+std::unique_ptr<LiveCity::Renewal> LiveCity::begin_renewal(Instant now) const {
+  const Instant from = rebuild_from(now);
+  auto generation = make_generation(_network);
+  generation->bounds->ended_before = std::min(from, _options.history_until);
+  Generation& renewed = *generation;
+  renewed.tracked.observe({[&](const TrackEvent& event) { renewed.note(event); }, {}, {}});
+  return std::make_unique<Renewal>(
+      std::move(generation),
+      ArchiveReplay(_archive, renewed.tracked, from, [&](Instant second) { renewed.see(second); }));
 }
 
-std::unique_ptr<LiveCity::Generation> LiveCity::rebuilt(Instant now) const {
-  // What comes in a second that was shown already is stored under the next.
-  const std::optional<Instant> ahead = _archive.next_received(now + Seconds(1));
-  if (ahead == now + Seconds(1)) now = *ahead;
-  auto generation = make_generation(_network);
-  replay_into(*generation, rebuild_from(now), now);
-  return generation;
+/// Puts the renewed generation, which has taken all that was received until `now`, in the place of
+/// the present one.
+void LiveCity::end_renewal(Renewal& renewal, Instant now) {
+  renewal.replay.finish(now);
+  renewal.generation->bounds->ended_before = _options.history_until;
+  _current = std::move(renewal.generation);
+  listen(*_current);
 }
 
 void LiveCity::rebuild(Instant now) {
-  _current = rebuilt(now);
-  listen(*_current);
+  // What comes in a second that was shown already is stored under the next.
+  const std::optional<Instant> ahead = _archive.next_received(now + Seconds(1));
+  if (ahead == now + Seconds(1)) now = *ahead;
+  const auto renewal = begin_renewal(now);
+  renewal->replay.go_on(now, std::numeric_limits<std::size_t>::max());
+  end_renewal(*renewal, now);
   close_abandoned();
 }
 
@@ -223,6 +214,7 @@ void LiveCity::advance(Instant now) {
   std::erase_if(_retiring, [](const auto& old) { return old->on_road.empty(); });
   _current->see(now);
   _current->tracked.advance(now);
+  go_on_renewing(now);
 }
 
 bool LiveCity::store() {
@@ -240,13 +232,22 @@ void LiveCity::use_timetable(std::shared_ptr<const Network> network, Instant now
   _network = std::move(network);
   _retiring.push_back(std::exchange(_current, make_generation(_network)));
   listen(*_current);
+  if (_renewal) _renewal = begin_renewal(now);
 }
 
 void LiveCity::use_settings(LearnedSettings settings, Instant now) {
   store();
   _settings = std::make_shared<const LearnedSettings>(std::move(settings));
-  _current = rebuilt(now);
-  listen(*_current);
+  _renewal = begin_renewal(now);
+}
+
+/// Takes the next part of what is to be replayed, and changes over when that was the last. What
+/// could not be stored is waited for.
+void LiveCity::go_on_renewing(Instant now) {
+  if (!_renewal || !store()) return;
+  if (!_renewal->replay.go_on(now, _options.replayed_at_once)) return;
+  end_renewal(*_renewal, now);
+  _renewal.reset();
 }
 
 Snapshot LiveCity::show(Instant now) {

@@ -35,6 +35,9 @@ struct LiveCityOptions {
   Seconds rebuild_margin{1800};
   /// ... but of no more than this stretch of time.
   Seconds longest_rebuild{6 * 3600};
+  /// When settings change while the city goes on, the new engine is taken so many of these
+  /// positions further with every `advance`, and some more to the end of a stretch.
+  std::size_t replayed_at_once = 3000;
 };
 
 /// A city under way: positions and time go in, snapshots come out, and everything that happens is
@@ -74,7 +77,7 @@ class LiveCity {
   void use_timetable(std::shared_ptr<const Network> network, Instant now);
 
   /// Changes to newly learned settings: builds the engine anew beside the old one, from the
-  /// archive, and swaps.
+  /// archive, a part with each `advance`, and changes over when it has come as far.
   void use_settings(LearnedSettings settings, Instant now);
 
   /// What is on display at `now`. Sources, scores, names and readiness are the caller's to fill in.
@@ -94,6 +97,7 @@ class LiveCity {
 
  private:
   struct Generation;
+  struct Renewal;
   /// The last report of a vehicle.
   struct Seen {
     VehiclePosition report;
@@ -101,10 +105,11 @@ class LiveCity {
   };
 
   std::unique_ptr<Generation> make_generation(std::shared_ptr<const Network> network) const;
-  std::unique_ptr<Generation> rebuilt(Instant now) const;
+  std::unique_ptr<Renewal> begin_renewal(Instant now) const;
+  void end_renewal(Renewal& renewal, Instant now);
+  void go_on_renewing(Instant now);
   void listen(Generation& generation);
   Instant rebuild_from(Instant now) const;
-  void replay_into(Generation& generation, Instant from, Instant now) const;
   void close_abandoned();
   Engine& engine_of(const TripKey& trip) const;
   void note(const VehiclePosition& position);
@@ -120,6 +125,7 @@ class LiveCity {
   std::shared_ptr<const Network> _network;
   std::shared_ptr<const LearnedSettings> _settings;
   std::unique_ptr<Generation> _current;
+  std::unique_ptr<Renewal> _renewal;                   ///< null while nothing is renewed
   std::vector<std::unique_ptr<Generation>> _retiring;  ///< on earlier timetables, oldest first
   std::unordered_map<VehicleId, Seen> _seen;
   std::uint64_t _serial = 0;

@@ -18,6 +18,7 @@ using samples::TemporaryFolder;
 using std::chrono::days;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsEmpty;
 using testing::SizeIs;
 
 std::vector<std::string> trips(const std::vector<ArchivedRun>& runs) {
@@ -186,6 +187,18 @@ TEST_F(ArchiveRunsTest, KeepsWhatARecordedDayWasFollowedTo) {
   archive.note_followed(sample_day, "s4");
   EXPECT_EQ(archive.followed_states(), (States{{sample_day, "s4"}, {next, "s3"}}));
   EXPECT_THAT(trips(archive.runs()), ElementsAre("a", "c"));
+}
+
+TEST_F(ArchiveRunsTest, ReadsTheRunsThatEndedFromAMomentOn) {
+  archive.add_runs(std::vector{finished_at("09:00:00", "a", "P"), finished_at("09:30:00", "b", "P"),
+                               finished_at("10:00:00", "c", "Q")});
+  RunQuery query;
+  query.ended_from = archive.runs().at(1).ended;
+  EXPECT_THAT(trips(archive.runs(query)), ElementsAre("b", "c"));
+  query.pattern = PatternRef("P");
+  EXPECT_THAT(trips(archive.runs(query)), ElementsAre("b"));
+  *query.ended_from += Seconds(1);
+  EXPECT_THAT(archive.runs(query), IsEmpty());
 }
 
 TEST_F(ArchiveRunsTest, OfARunThatWasFollowedTwiceReadsTheLatest) {

@@ -205,11 +205,50 @@ TEST_F(LiveCityTest, NewSettingsKeepTheVehiclesOnTheRoad) {
   const std::string before = feed_of(city.show(at("08:03:00")));
   city.use_settings(line.settings, at("08:03:00"));
   EXPECT_EQ(feed_of(city.show(at("08:03:00"))), before);
+  city.advance(at("08:03:00"));
+  EXPECT_EQ(feed_of(city.show(at("08:03:00"))), before);
   LearnedSettings wide = line.settings;
   wide.calibration = Calibration();
   wide.turnaround = Seconds(900);
   city.use_settings(wide, at("08:03:00"));
+  city.advance(at("08:03:00"));
   EXPECT_NE(find(city.show(at("08:03:00")), "out"), nullptr);
+}
+
+TEST_F(LiveCityTest, NewSettingsComeIntoForceWhenTheirEngineHasComeAsFar) {
+  LearnedSettings wide = line.settings;
+  for (auto& of_state : wide.calibration.quantiles) {
+    for (BoundQuantiles& quantiles : of_state) quantiles.floor_s = 60.0;
+  }
+  LineService other;
+  other.settings = wide;
+  LiveCity expected = other.city();
+  LiveCityOptions options;
+  options.replayed_at_once = 1;
+  LiveCity city = line.city(options);
+  std::vector<VehiclePosition> positions = run_over_line("w", "later", at("07:57:00"), 31);
+  const std::vector<VehiclePosition> second = run_over_line("v", "out", at("08:00:00"), 600);
+  positions.insert(positions.end(), second.begin(), second.end());
+
+  bool is_renewed = false;
+  std::size_t steps = 0;
+  for (Instant now = at("07:57:00"); now <= at("08:20:00"); now += Seconds(1)) {
+    for (LiveCity* const each : {&expected, &city}) {
+      for (const VehiclePosition& position : positions) {
+        if (position.received == now) each->take(position);
+      }
+      each->advance(now);
+      each->store();
+    }
+    if (now == at("08:05:00")) city.use_settings(wide, now);
+    if (now <= at("08:05:00")) continue;
+    const bool is_same = feed_of(city.show(now)) == feed_of(expected.show(now));
+    if (!is_renewed) ++steps;
+    EXPECT_TRUE(is_same || !is_renewed) << format_utc(now);
+    is_renewed = is_renewed || is_same;
+  }
+  EXPECT_TRUE(is_renewed);
+  EXPECT_GT(steps, 3U) << "it was done at once";
 }
 
 TEST_F(LiveCityTest, ShowsARecordedDayWithoutRecording) {

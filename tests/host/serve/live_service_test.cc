@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <future>
+#include <set>
+#include <string>
 #include <thread>
 
 #include "evaluate/evaluation.h"
@@ -54,6 +57,25 @@ class OneAnswer : public Source {
 
  private:
   std::vector<VehiclePosition> _positions;
+};
+
+/// Hands over its answers one after the other, several in a second of the clock, which it drives.
+class SlowAnswers : public OneAnswer {
+ public:
+  SlowAnswers(std::vector<std::vector<VehiclePosition>> answers, std::atomic<long>& clock_s)
+      : OneAnswer({}), _answers(std::move(answers)), _clock_s(clock_s) {}
+
+  void run(std::stop_token stop, const TakePositions& take) override {
+    for (std::size_t i = 0; i < 100 && !stop.stop_requested(); ++i) {
+      if (i < _answers.size()) take(std::vector(_answers[i]));
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      if (i % 3 == 2) ++_clock_s;
+    }
+  }
+
+ private:
+  std::vector<std::vector<VehiclePosition>> _answers;
+  std::atomic<long>& _clock_s;
 };
 
 /// Keeps what was published, and waits for what is wanted.
@@ -281,6 +303,36 @@ TEST_F(LiveServiceTest, TakesWhatItsSourcesHandOver) {
   engine.request_stop();
   engine.join();
   EXPECT_EQ(line.archive.summary().positions, 1U);
+}
+
+TEST_F(LiveServiceTest, TakesNothingMoreInASecondThatWasShown) {
+  LiveCity city = line.city();
+  std::vector<std::vector<VehiclePosition>> answers;
+  for (int i = 0; i < 5; ++i) {
+    answers.push_back({fix("v" + std::to_string(i), "", "08:01:00", 250)});
+  }
+  std::vector<std::unique_ptr<Source>> sources;
+  std::atomic<long> clock_s = unix_seconds(at("08:01:02"));
+  sources.push_back(std::make_unique<SlowAnswers>(answers, clock_s));
+  ServiceOptions options;
+  options.cycle = std::chrono::milliseconds(1);
+  LiveService service(city, std::move(sources), published.publish(), options);
+  std::jthread engine([&](std::stop_token stop) {
+    service.run(std::move(stop), [&] { return from_unix_seconds(clock_s); });
+  });
+  published.wait_for([](const Snapshot& s) { return s.vehicles.size() == 5; });
+  engine.request_stop();
+  engine.join();
+  std::set<Instant> shown;
+  std::size_t taken = 0;
+  for (const auto& snapshot : published.all()) {
+    if (snapshot->counts.positions_taken > taken) {
+      EXPECT_FALSE(shown.contains(snapshot->now)) << format_utc(snapshot->now);
+    }
+    taken = snapshot->counts.positions_taken;
+    shown.insert(snapshot->now);
+  }
+  EXPECT_EQ(taken, 5U);
 }
 
 TEST_F(LiveServiceTest, DoesJobsBetweenItsCycles) {
