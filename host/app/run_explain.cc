@@ -103,9 +103,8 @@ void run_explain(const ExplainArguments& arguments) {
   const LearnedSettings settings = city.settings();
   TrackedEngine tracked(city.network(), settings, runs.source_before(moment.day),
                         city.config().track, city.config().engine);
-  for_each_second(positions, [&](std::span<const VehiclePosition> together) {
-    tracked.take(together);
-  });
+  for_each_second(positions,
+                  [&](std::span<const VehiclePosition> together) { tracked.take(together); });
   Engine& engine = tracked.engine();
   const auto shown = engine.forecast(key, at);
   if (!shown || shown->stops.empty()) {

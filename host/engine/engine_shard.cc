@@ -46,9 +46,10 @@ void EngineShard::on(const TripAssigned& event) {
   LiveTrip trip;
   trip.schedule = *schedule;
   trip.vehicle = event.vehicle;
-  // Log lines of the library name the key: with the vehicle in it they can be told apart.
-  trip.in_library = {std::to_string(++_keys) + " " + event.vehicle.text(),
-                     to_string(event.trip) + " " + event.vehicle.text()};
+  const std::string& vehicle = event.vehicle.text();
+  const std::string name = to_string(event.trip);
+  trip.in_library =
+      LibraryVehicle(std::to_string(++_keys) + " " + vehicle, name, name + " " + vehicle);
   trip.last_seen = event.received;
   PatternDesk& desk = desk_of(schedule->pattern());
   trip.desk = &desk;

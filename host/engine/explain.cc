@@ -75,7 +75,7 @@ std::optional<Explanation> repeat_forecast(const LiveTrip& trip, const PatternDe
 
   const auto& trajectories = desk.stored(trip.choice.category);
   Vehicle vehicle(trip.in_library.key);
-  const VehicleJourneyRef reference;
+  const VehicleJourneyRef& reference = *trip.in_library.journey;
   for (const LibraryReport& report : trip.reports) {
     const bool first = vehicle.size() == 0;
     try {

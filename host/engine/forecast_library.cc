@@ -15,9 +15,6 @@ const char* const parking = "";
 constexpr long long parking_shape_id = 0;
 constexpr unsigned long long shape_time = 1;
 
-/// Every key has one trip only, whose name therefore says nothing.
-const VehicleJourneyRef only_trip;
-
 /// The host chooses the trips that a category holds; the library must never replace one.
 constexpr unsigned unbounded = std::numeric_limits<unsigned>::max();
 
@@ -59,6 +56,11 @@ void check(const LibraryPattern& pattern, ForecastMode mode) {
 }
 
 }  // namespace
+
+LibraryVehicle::LibraryVehicle(std::string k, const std::string& trip, std::string n)
+    : key(std::move(k)),
+      name(std::move(n)),
+      journey(std::make_shared<const VehicleJourneyRef>(trip, "")) {}
 
 void copy_record(Forecast& record, std::optional<LibraryForecast>& answer) {
   if (!answer) answer.emplace();
@@ -120,7 +122,7 @@ bool ForecastLibrary::report(const OpenPattern& pattern, const LibraryVehicle& v
   };
   try {
     Forecast* const record = _registry->journeys.update(
-        pattern.ref, vehicle.key, only_trip, shape_time, pattern.shape_version_id, category,
+        pattern.ref, vehicle.key, *vehicle.journey, shape_time, pattern.shape_version_id, category,
         report.offset_m, report.time_s, report.error_m);
     if (record == nullptr) {
       _rejected_reports.add("report not used by the library", quote);
@@ -138,8 +140,8 @@ bool ForecastLibrary::report(const OpenPattern& pattern, const LibraryVehicle& v
 }
 
 void ForecastLibrary::release(const LibraryVehicle& vehicle, long long time_s) {
-  _registry->journeys.update(parking, vehicle.key, only_trip, shape_time, parking_shape_id, 0, 0.0,
-                             time_s, 0.0);
+  _registry->journeys.update(parking, vehicle.key, *vehicle.journey, shape_time, parking_shape_id,
+                             0, 0.0, time_s, 0.0);
 }
 
 }  // namespace qiv

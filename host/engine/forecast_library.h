@@ -13,6 +13,7 @@
 #include "model/settings.h"
 
 class Forecast;
+class VehicleJourneyRef;
 
 namespace qiv {
 
@@ -58,8 +59,14 @@ struct LibraryPattern {
 
 /// A trip of a vehicle, which is a vehicle of its own to the library.
 struct LibraryVehicle {
-  std::string key;   ///< no other trip has it; at most 15 characters cost the library no memory
-  std::string name;  ///< of trip and vehicle, for people
+  LibraryVehicle() = default;
+  /// No other trip has `key`; at most 15 characters of it cost the library no memory. `trip` and
+  /// `name`, of trip and vehicle, are for people: the one in the library's log, the other in ours.
+  LibraryVehicle(std::string key, const std::string& trip, std::string name);
+
+  std::string key;
+  std::string name;
+  std::shared_ptr<const VehicleJourneyRef> journey;
 };
 
 /// What an open pattern is called when the library is told of it.

@@ -84,7 +84,7 @@ TripClock PatternDesk::clock(const TripPlan& trip) const {
 const std::optional<LibraryForecast>& PatternDesk::fresh(Category category) {
   Past& past = _past[category];
   if (past.has_fresh) return past.fresh;
-  static const LibraryVehicle fresh_vehicle{"fresh", "fresh"};
+  static const LibraryVehicle fresh_vehicle("fresh", "fresh", "fresh");
   past.fresh.reset();
   _library.report(_opened, fresh_vehicle, category, {_grid.places_m.front(), 0, 0.0}, past.fresh);
   _library.release(fresh_vehicle, 0);

@@ -79,9 +79,9 @@ class Archive {
   void note_followed(ServiceDate day, const std::string& state);
   /// How many runs were followed on a recorded day.
   std::size_t followed_runs(ServiceDate day) const;
-  /// The runs in the order in which they ended (ties: by trip and vehicle). Of one trip of a vehicle only one is read, even if it was followed on two recorded
-  /// days or told by a service too: that of the latest recorded day. Their `Progress::pattern` is
-  /// 0.
+  /// The runs in the order in which they ended (ties: by trip and vehicle). Of one trip of a
+  /// vehicle only one is read, even if it was followed on two recorded days or told by a service
+  /// too: that of the latest recorded day. Their `Progress::pattern` is 0.
   void read_runs(const RunQuery& query, const std::function<void(ArchivedRun&&)>& take) const;
   std::vector<ArchivedRun> runs(const RunQuery& query = {}) const;
   /// Forgets the runs of these days of service, both included, and returns how many.

@@ -18,7 +18,7 @@ void score_run(const TripRun& run, PatternDesk& desk, ForecastLibrary& library,
   const HistoryChoice choice = desk.choose(trip, run.trip.day);
   const TripClock clock = desk.clock(trip);
   const std::string name = to_string(run.trip) + " " + run.vehicle.text();
-  const LibraryVehicle vehicle{name, name};
+  const LibraryVehicle vehicle(name, name, name);
   std::optional<LibraryForecast> forecast;
   for (const Progress& progress : run.progress) {
     const double offset_m = grid_offset_m(desk.grid(), desk.pattern(), progress);

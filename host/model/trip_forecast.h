@@ -83,14 +83,14 @@ struct TripForecast {
   PatternRef pattern;
   TripState state = TripState::not_begun;
   ForecastBasis basis = ForecastBasis::history;
-  Instant made{};                   ///< the clock at which it was computed
-  Instant position_time{};          ///< time of the last progress behind it
-  double offset_m = 0.0;            ///< the last progress
-  int category = -1;                ///< of the history that it was made from
-  unsigned int trips = 0;           ///< number of earlier trips behind it
-  double confidence = 0.0;          ///< as the library gave it
-  SharedList<StopForecast> stops;   ///< when arrivals are forecast
-  std::vector<LegForecast> legs;    ///< when travel times are forecast; then there are no stops
+  Instant made{};                  ///< the clock at which it was computed
+  Instant position_time{};         ///< time of the last progress behind it
+  double offset_m = 0.0;           ///< the last progress
+  int category = -1;               ///< of the history that it was made from
+  unsigned int trips = 0;          ///< number of earlier trips behind it
+  double confidence = 0.0;         ///< as the library gave it
+  SharedList<StopForecast> stops;  ///< when arrivals are forecast
+  std::vector<LegForecast> legs;   ///< when travel times are forecast; then there are no stops
 };
 
 }  // namespace qiv

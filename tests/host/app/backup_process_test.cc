@@ -180,7 +180,9 @@ TEST_F(BackupProcessTest, TheGuidesBackupIsRestoredByTheGuide) {
   ServeProcess service(city);
   ASSERT_TRUE(eventually([&] { return is_forecast(service); }))
       << service.ask("/api/v1/trips") << service.ask("/api/v1/status");
-  const nlohmann::json after = forecast(service);
+  nlohmann::json after = forecast(service);
+  // No bound is before the present moment: the lower one goes with the clock.
+  for (nlohmann::json* const trip : {&before, &after}) (*trip)["next_stop"].erase("lower_90");
   for (const char* same : {"trip", "vehicle_id", "state", "basis", "earlier_trips", "offset_m",
                            "position_time", "next_stop"}) {
     EXPECT_EQ(after[same], before[same]) << same;

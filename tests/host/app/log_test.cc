@@ -56,8 +56,8 @@ class LogTest : public ::testing::Test {
     const OpenPattern opened = library.open(pattern);
     library.add_trajectory(opened, 0, std::vector<int>{0, 100});
     std::optional<LibraryForecast> answer;
-    library.report(opened, {"v", "v"}, 0, {800, 1000, 10}, answer);
-    library.report(opened, {"v", "v"}, 0, {300, 1010, 10}, answer);
+    library.report(opened, {"v", "j", "v"}, 0, {800, 1000, 10}, answer);
+    library.report(opened, {"v", "j", "v"}, 0, {300, 1010, 10}, answer);
   }
 
   static void say(const char* identifier) { RQLogger::InfoMessage("A::b", identifier); }

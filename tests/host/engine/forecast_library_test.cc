@@ -43,8 +43,8 @@ class ForecastLibraryTest : public ::testing::Test {
                                                const std::string& key, Category category,
                                                double offset_m, long long time_s) {
     std::optional<LibraryForecast> answer;
-    const bool is_answered =
-        library.report(opened, {key, "bus " + key}, category, {offset_m, time_s, 5.0}, answer);
+    const bool is_answered = library.report(opened, {key, "trip", "bus " + key}, category,
+                                            {offset_m, time_s, 5.0}, answer);
     EXPECT_EQ(answer.has_value(), is_answered);
     return answer;
   }
@@ -147,7 +147,7 @@ TEST_F(ForecastLibraryTest, AReleasedVehicleStartsAnew) {
   const OpenPattern opened = library.open(pattern);
   library.add_trajectory(opened, 0, std::vector<int>{0, 10, 12, 20});
   ASSERT_TRUE(report(library, opened, "v", 0, 150, 1000));
-  library.release({"v", "bus v"}, 1000);
+  library.release({"v", "trip", "bus v"}, 1000);
   const auto anew = report(library, opened, "v", 0, 0, 2000);
   ASSERT_TRUE(anew);
   EXPECT_EQ(anew->rows.back().time_s, 2020);

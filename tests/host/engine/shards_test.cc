@@ -16,9 +16,7 @@ using testing::fix;
 /// Everything that an engine tells, as text.
 class Transcript {
  public:
-  void add(const TrackEvent& event) {
-    _text << event.index() << ' ' << vehicle_of(event) << '\n';
-  }
+  void add(const TrackEvent& event) { _text << event.index() << ' ' << vehicle_of(event) << '\n'; }
   void add(const TripForecast& shown) {
     _text << to_string(shown.trip) << ' ' << shown.vehicle << ' ' << to_string(shown.state) << ' '
           << shown.category << ' ' << shown.trips;

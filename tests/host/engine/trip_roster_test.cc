@@ -9,8 +9,8 @@ namespace qiv {
 namespace {
 
 using testing::at;
-using testing::monday;
 using ::testing::ElementsAre;
+using testing::monday;
 
 class TripRosterTest : public ::testing::Test {
  protected:

@@ -18,7 +18,6 @@ using samples::TemporaryFolder;
 using std::chrono::days;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 std::vector<std::string> trips(const std::vector<ArchivedRun>& runs) {

@@ -93,7 +93,8 @@ TEST_F(PublishedTripTest, TimesInOrderStayAsTheyAre) {
 }
 
 TEST_F(PublishedTripTest, EarlyTimeIsMovedBehindTheDepartureBefore) {
-  forecast.stops.edit()[1].departure = at("08:16:30");  // later than Park's arrival and its upper bound
+  forecast.stops.edit()[1].departure =
+      at("08:16:30");  // later than Park's arrival and its upper bound
   const auto stops = in_order(forecast.stops);
   EXPECT_EQ(stops[2].arrival.time, at("08:16:30"));
   EXPECT_EQ(stops[2].arrival.upper_68, at("08:16:30"));

@@ -184,12 +184,12 @@ TEST_F(TrackerTest, AVehicleIsForgottenLongAfterItFellSilent) {
 }
 
 TEST_F(TrackerTest, TwoVehiclesOnOneTripAreFollowedEachAlone) {
-  EXPECT_THAT(follow({fix("v", "out", "08:00:00", 0), fix("v", "out", "08:02:00", 500),
-                      fix("w", "out", "08:02:10", 900), fix("w", "out", "08:02:20", 1000),
-                      fix("v", "out", "08:03:00", 1000)}),
-              ::testing::ElementsAre("assigned out", "waiting", "departure 0", "progress 500",
-                                     "assigned out", "progress 900", "progress 1000",
-                                     "progress 1000"));
+  EXPECT_THAT(
+      follow({fix("v", "out", "08:00:00", 0), fix("v", "out", "08:02:00", 500),
+              fix("w", "out", "08:02:10", 900), fix("w", "out", "08:02:20", 1000),
+              fix("v", "out", "08:03:00", 1000)}),
+      ::testing::ElementsAre("assigned out", "waiting", "departure 0", "progress 500",
+                             "assigned out", "progress 900", "progress 1000", "progress 1000"));
 }
 
 TEST_F(TrackerTest, TheSilentLeaveWhenTheirTimeWasUpHoweverLateItIsNoticed) {

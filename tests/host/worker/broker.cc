@@ -15,6 +15,8 @@ namespace qiv::testing {
 namespace {
 
 std::string why_missing;
+/// What a run is known by in which the tests on a broker are skipped.
+const std::string no_broker = "no broker here: ";
 
 }  // namespace
 
@@ -35,13 +37,19 @@ const std::string& Broker::missing() {
   return why_missing;
 }
 
+bool Broker::is_unavailable() {
+  return why_missing.starts_with(no_broker);
+}
+
 Broker::Broker(int nodes)
     : _folder((std::filesystem::temp_directory_path() / "qiv-broker-XXXXXX").string()) {
   if (mkdtemp(_folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
   const int code = run("start --nodes " + std::to_string(nodes), &_servers);
   if (code == 0) return;
   std::filesystem::remove_all(_folder);
-  throw std::runtime_error("no broker here: " + _servers);
+  constexpr int unavailable = 3;
+  throw std::runtime_error((code == unavailable ? no_broker : "the broker did not start: ") +
+                           _servers);
 }
 
 Broker::~Broker() {

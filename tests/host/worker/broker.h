@@ -10,10 +10,11 @@ namespace qiv::testing {
 /// or as many as the environment variable QIV_BROKER_NODES says, 1 or 3.
 class Broker {
  public:
-  /// The one broker of this program, started when it is asked for first; null when it cannot be
-  /// had here, which `missing` explains.
+  /// The one broker of this program, started when it is asked for first; null when it did not
+  /// start, which `missing` explains, and `is_unavailable` if it cannot be had here at all.
   static Broker* get();
   static const std::string& missing();
+  static bool is_unavailable();
 
   kafka::Properties properties() const;
 
