@@ -7,6 +7,8 @@
 
 #include <immintrin.h>
 
+#include <cstring>
+
 namespace lanes {
 namespace {
 
@@ -20,7 +22,10 @@ struct Pair {
     return {_mm_cvtepi32_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(times)))};
   }
   static Pair convert(const std::uint16_t* times) {
-    return {_mm_set_pd(static_cast<double>(times[1]), static_cast<double>(times[0]))};
+    int both = 0;
+    std::memcpy(&both, times, sizeof both);
+    const __m128i narrow = _mm_unpacklo_epi16(_mm_cvtsi32_si128(both), _mm_setzero_si128());
+    return {_mm_cvtepi32_pd(narrow)};
   }
   static Pair load(const double* from) { return {_mm_loadu_pd(from)}; }
   void store(double* to) const { _mm_storeu_pd(to, value); }
