@@ -47,14 +47,13 @@ std::size_t EventFollowers::tell(const Outputs& before, const Outputs& now) {
                                  ? vehicle_moves(before.snapshot(), now.snapshot())
                                  : event_content(topic, now);
       if (!content.members.empty()) ++written;
-      std::string news = news_in(content.members);
-      if (!news.empty() && news != followers.news) {
+      // Moves are told each time, even if they are those that were told before.
+      const bool is_moves = topic.kind == EventTopic::Kind::all_vehicles;
+      std::string news = is_moves ? std::string() : news_in(content.members);
+      if (!content.members.empty() && (is_moves || news != followers.news)) {
         const auto event = std::make_shared<const std::string>(event_text(content, now.snapshot()));
         std::erase_if(followers.streams, [&](const auto& stream) { return !stream->push(event); });
-        // Moves are told each time, even if they are those that were told before.
-        if (topic.kind != EventTopic::Kind::all_vehicles) {
-          followers.news = std::move(news);
-        }
+        followers.news = std::move(news);
       }
     }
     at = followers.streams.empty() ? _followers.erase(at) : std::next(at);
