@@ -7,6 +7,7 @@
 
 #include "app/commands.h"
 #include "app/exit_code.h"
+#include "app/make_source.h"
 #include "feed/file_bundle.h"
 #include "feed/gtfs.h"
 #include "network/build_network.h"
@@ -20,10 +21,6 @@ namespace qiv {
 namespace {
 
 using Steady = std::chrono::steady_clock;
-
-Instant wall_clock() {
-  return std::chrono::time_point_cast<Seconds>(std::chrono::system_clock::now());
-}
 
 /// The instant of "YYYY-MM-DDTHH:MM" by the city's clock.
 Instant parse_local(const std::string& text, const ServiceClock& clock) {

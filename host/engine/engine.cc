@@ -129,18 +129,13 @@ const LiveTrip* Engine::live(const TripKey& trip) const {
 std::optional<Explanation> Engine::explain_trip(const TripKey& trip) {
   const LiveTrip* const found = live(trip);
   if (found == nullptr) return std::nullopt;
-  return explain(*found, desk_of(*found));
+  return explain(*found, *found->desk);
 }
 
 std::optional<double> Engine::delay_s(const TripKey& trip) {
   const LiveTrip* const found = live(trip);
   if (found == nullptr || found->places.empty()) return std::nullopt;
-  const PatternDesk& desk = desk_of(*found);
-  return schedule_delay_s(*found, desk.grid());
-}
-
-PatternDesk& Engine::desk_of(const LiveTrip& trip) {
-  return _shards[shard_of(trip.vehicle)]->desk_of(trip.schedule.pattern());
+  return schedule_delay_s(*found, found->desk->grid());
 }
 
 Rejections Engine::rejections() const {

@@ -69,8 +69,7 @@ class Engine {
   /// any other trip.
   std::optional<double> delay_s(const TripKey& trip);
 
-  /// The pattern at work, for a trip with or without a vehicle; opened if it is not yet.
-  PatternDesk& desk_of(const LiveTrip& trip);
+  /// The pattern at work, for a trip without a vehicle; opened if it is not yet.
   PatternDesk& desk_of(PatternIndex pattern) { return _shards.front()->desk_of(pattern); }
 
   /// What the library and the rules for trajectories did not take, with the first case of each.

@@ -27,7 +27,7 @@ struct LiveTrip {
   ScheduledTrip schedule;
   VehicleId vehicle;
   LibraryVehicle in_library;
-  PatternDesk* desk = nullptr;
+  PatternDesk* desk = nullptr;  ///< the pattern at work; outlives the trip
   HistoryChoice choice;
   TripClock clock;
   Instant last_seen{};                 ///< by the vehicle's own clock

@@ -125,8 +125,7 @@ const ContenderPredictions& Contenders::predict(const ScheduledTrip& trip, Insta
 Contenders::Standing Contenders::compute(const ScheduledTrip& trip, const LiveTrip& live) {
   Standing standing;
   standing.reports = live.places.size();
-  const PatternDesk& desk = _engine.desk_of(live);
-  predict_from(trip, desk, live.choice.category, live.reports.back().offset_m,
+  predict_from(trip, *live.desk, live.choice.category, live.reports.back().offset_m,
                static_cast<double>(unix_seconds(live.places.back().time)), standing.predictions);
   return standing;
 }

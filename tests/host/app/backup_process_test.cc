@@ -4,32 +4,24 @@
 #include <stdlib.h>
 
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "gtfs-realtime.pb.h"
+#include "app/make_source.h"
 #include "history/archive.h"
 #include "host/app/serve_process.h"
 #include "host/app/small_city.h"
+#include "host/app/snapshot_folder.h"
 #include "simulate/gtfs_files.h"
 
 namespace qiv {
 namespace {
 
+using testing::bytes_of;
 using testing::eventually;
 using ::testing::HasSubstr;
 using testing::ServeProcess;
 namespace fs = std::filesystem;
-
-Instant wall_clock() {
-  return std::chrono::time_point_cast<Seconds>(std::chrono::system_clock::now());
-}
-
-std::string bytes_of(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void replace_all(std::string& text, const std::string& what, const std::string& by) {
   for (std::size_t at = text.find(what); at != std::string::npos;
@@ -83,21 +75,8 @@ class BackupProcessTest : public ::testing::Test {
 
   /// Puts report number `report` into the folder, as if it came now.
   void put(std::size_t report) const {
-    transit_realtime::FeedMessage message;
-    message.mutable_header()->set_gtfs_realtime_version("2.0");
-    message.mutable_header()->set_timestamp(static_cast<std::uint64_t>(unix_seconds(wall_clock())));
-    auto& entity = *message.add_entity();
-    entity.set_id("1");
-    auto& vehicle = *entity.mutable_vehicle();
-    vehicle.mutable_vehicle()->set_id("v");
-    vehicle.mutable_trip()->set_trip_id(reports.at(report).trip.text());
-    const LatLon& place = reports.at(report).place.value();
-    vehicle.mutable_position()->set_latitude(static_cast<float>(place.lat_deg));
-    vehicle.mutable_position()->set_longitude(static_cast<float>(place.lon_deg));
-    vehicle.set_timestamp(static_cast<std::uint64_t>(unix_seconds(reports.at(report).time)));
-    const fs::path hidden = city / "snapshots" / ".coming";
-    std::ofstream(hidden, std::ios::binary) << message.SerializeAsString();
-    fs::rename(hidden, city / "snapshots" / ("snapshot-" + std::to_string(100 + report)));
+    testing::put_snapshot(city / "snapshots", "snapshot-" + std::to_string(100 + report),
+                          reports.at(report));
   }
 
   /// Carries out a command of the guide, for this city and by this user. The service's own are left

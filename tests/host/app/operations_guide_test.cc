@@ -1,13 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <sstream>
 
 #include "app/city_config.h"
+#include "host/app/snapshot_folder.h"
 #include "serve/snapshot.h"
 
 namespace qiv {
@@ -16,8 +15,7 @@ namespace {
 using ::testing::HasSubstr;
 
 std::string text_of(const std::string& path) {
-  std::ifstream file(QIV_SOURCE_DIR "/" + path);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return testing::bytes_of(QIV_SOURCE_DIR "/" + path);
 }
 
 const std::string& guide() {

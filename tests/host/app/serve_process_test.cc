@@ -6,8 +6,9 @@
 
 #include <fstream>
 
-#include "gtfs-realtime.pb.h"
+#include "app/make_source.h"
 #include "host/app/small_city.h"
+#include "host/app/snapshot_folder.h"
 
 namespace qiv {
 namespace {
@@ -16,25 +17,6 @@ using testing::eventually;
 using ::testing::HasSubstr;
 using testing::ServeProcess;
 namespace fs = std::filesystem;
-
-Instant wall_clock() {
-  return std::chrono::time_point_cast<Seconds>(std::chrono::system_clock::now());
-}
-
-std::string message_of(const VehiclePosition& report) {
-  transit_realtime::FeedMessage message;
-  message.mutable_header()->set_gtfs_realtime_version("2.0");
-  message.mutable_header()->set_timestamp(static_cast<std::uint64_t>(unix_seconds(wall_clock())));
-  auto& entity = *message.add_entity();
-  entity.set_id("1");
-  auto& vehicle = *entity.mutable_vehicle();
-  vehicle.mutable_vehicle()->set_id(report.vehicle.text());
-  vehicle.mutable_trip()->set_trip_id(report.trip.text());
-  vehicle.mutable_position()->set_latitude(static_cast<float>(report.place->lat_deg));
-  vehicle.mutable_position()->set_longitude(static_cast<float>(report.place->lon_deg));
-  vehicle.set_timestamp(static_cast<std::uint64_t>(unix_seconds(report.time)));
-  return message.SerializeAsString();
-}
 
 /// A city with one trip, which departed four minutes ago, and a folder of snapshots.
 class ServeProcessTest : public ::testing::Test {
@@ -54,10 +36,8 @@ class ServeProcessTest : public ::testing::Test {
   }
 
   void put(int report) const {
-    const fs::path hidden = folder / "city" / "snapshots" / ".writing";
-    std::ofstream(hidden, std::ios::binary)
-        << message_of(reports.at(static_cast<std::size_t>(report)));
-    fs::rename(hidden, folder / "city" / "snapshots" / ("snapshot-" + std::to_string(10 + report)));
+    testing::put_snapshot(folder / "city" / "snapshots", "snapshot-" + std::to_string(10 + report),
+                          reports.at(static_cast<std::size_t>(report)));
   }
 
   std::uint64_t progress_held() const {

@@ -2,25 +2,19 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "feed/gtfs_realtime.h"
 #include "feed/position_collector.h"
 #include "host/app/program.h"
+#include "host/app/snapshot_folder.h"
 #include "host/history/temporary_folder.h"
 #include "serve/sources/http_fetch.h"
 
 namespace qiv {
 namespace {
 
+using testing::bytes_of;
 using ::testing::HasSubstr;
 using testing::Program;
-
-std::string bytes_of(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class SimulateProcessTest : public ::testing::Test {
  protected:

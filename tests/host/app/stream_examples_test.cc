@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <sstream>
 
 #include "app/stream_config.h"
 #include "host/app/program.h"
+#include "host/app/snapshot_folder.h"
 #include "host/history/temporary_folder.h"
 
 namespace qiv {
@@ -20,8 +20,7 @@ using ::testing::Contains;
 using ::testing::HasSubstr;
 
 std::string text_of(const std::string& path) {
-  std::ifstream file(QIV_SOURCE_DIR "/" + path);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return testing::bytes_of(QIV_SOURCE_DIR "/" + path);
 }
 
 const std::string& compose() {

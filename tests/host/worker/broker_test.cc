@@ -1,22 +1,14 @@
-// What only a broker shows: transactions, groups that keep their offsets, and faults. Every message
-// counts here: readers must see the forecasts of each accepted report once, in order.
+// What only a broker shows: transactions, groups that keep their offsets, and what changes while
+// workers are at work. Every message counts here: readers must see the forecasts of each accepted
+// report once, in order.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <cstdlib>
-#include <random>
 #include <sstream>
-#include <thread>
 
 #include "feed/file_bundle.h"
-#include "host/worker/broker.h"
-#include "host/worker/plain_process.h"
-#include "host/worker/stream_case.h"
+#include "host/worker/broker_case.h"
 #include "simulate/gtfs_files.h"
 #include "worker/kafka/error.h"
 #include "worker/kafka/topic_admin.h"
@@ -27,52 +19,13 @@ namespace {
 
 using std::chrono::milliseconds;
 using testing::Broker;
-using testing::StreamCase;
+using testing::BrokerTest;
 using testing::WorkerThread;
 
-/// A worker as a process of its own, which can be killed.
-class WorkerProcess {
- public:
-  WorkerProcess(const StreamCase& stream, const std::string& name) : _process(fork()) {
-    if (_process != 0) return;
-    execl(QIV_WORKER_PROCESS, QIV_WORKER_PROCESS, stream.properties.at("bootstrap.servers").c_str(),
-          stream.prefix.c_str(), std::to_string(unix_seconds(stream.until)).c_str(), name.c_str(),
-          nullptr);
-    _exit(127);
-  }
-  ~WorkerProcess() { kill(); }
-  WorkerProcess(const WorkerProcess&) = delete;
-  WorkerProcess& operator=(const WorkerProcess&) = delete;
-
-  void kill() {
-    if (_process <= 0) return;
-    ::kill(_process, SIGKILL);
-    waitpid(_process, nullptr, 0);
-    _process = -1;
-  }
-
-  bool is_alive() const { return waitpid(_process, nullptr, WNOHANG) == 0; }
-  void pause() const { ::kill(_process, SIGSTOP); }
-  void go_on() const { ::kill(_process, SIGCONT); }
-
- private:
-  pid_t _process;
-};
-
-/// When each key is spoken of for the first time and the last, by the plain process.
-std::map<std::string, std::pair<Instant, Instant>> spans_of(const StreamCase& stream) {
-  std::map<std::string, std::pair<Instant, Instant>> spans;
-  for (const StreamMessage& message : testing::plain_process(stream.data, stream.settings)) {
-    const auto [entry, added] = spans.try_emplace(message.key, message.time, message.time);
-    entry->second.second = message.time;
-  }
-  return spans;
-}
-
 /// A trip that is forecast five minutes before and after a moment.
-TripOfVehicle under_way_at(const StreamCase& stream, Instant moment) {
+TripOfVehicle under_way_at(const testing::StreamCase& stream, Instant moment) {
   constexpr Seconds margin{300};
-  for (const auto& [key, span] : spans_of(stream)) {
+  for (const auto& [key, span] : testing::spans_of(stream)) {
     const auto trip = parse_forecast_key(key);
     if (trip && span.first < moment - margin && span.second > moment + margin) return *trip;
   }
@@ -94,39 +47,6 @@ std::string timetable_without(const std::string& gtfs, const TripId& gone) {
   }
   return zip_of(files);
 }
-
-class BrokerTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (Broker::get() != nullptr) return;
-    if (Broker::is_unavailable()) GTEST_SKIP() << Broker::missing();
-    FAIL() << Broker::missing();
-  }
-
-  /// Makes the topics of a case and writes what comes before the positions.
-  void begin(const std::string& from, const std::string& to) { begin(testing::recorded(from, to)); }
-
-  void begin(testing::StreamData data) { begin(*Broker::get(), std::move(data)); }
-
-  void begin(const Broker& broker, testing::StreamData data) {
-    static int number = 0;
-    stream = std::make_unique<StreamCase>(broker.properties(), "case" + std::to_string(++number),
-                                          std::move(data));
-    std::vector<kafka::TopicPlan> plans;
-    for (const auto& [topic, partitions] : stream->topics()) {
-      plans.push_back({topic, partitions, {{"retention.ms", "-1"}}});
-    }
-    kafka::make_topics(stream->properties, plans);
-    stream->write_reference();
-  }
-
-  void expect_exact() {
-    ASSERT_TRUE(stream->wait_until_done());
-    testing::expect_same(stream->said(), stream->plain());
-  }
-
-  std::unique_ptr<StreamCase> stream;
-};
 
 TEST_F(BrokerTest, TopicsAreMadeOnceAndAMissingOneIsNamed) {
   const kafka::Properties properties = Broker::get()->properties();
@@ -256,127 +176,6 @@ TEST_F(BrokerTest, PartitionsChangeHandsInTheMiddleOfTrips) {
   stream->write_end();
   expect_exact();
   EXPECT_EQ(first.failure(), "");
-}
-
-/// Each kill hits one of two workers, at an instant of its own while positions flow.
-class KillsTest : public BrokerTest, public ::testing::WithParamInterface<unsigned> {};
-
-TEST_P(KillsTest, WorkersThatAreKilledAtRandomUnderLoadLoseAndDoubleNothing) {
-  begin(GetParam() == 1 ? testing::recorded("03:00:00", "27:00:00") : testing::simulated(3));
-  std::mt19937 random(GetParam());
-  std::array<std::unique_ptr<WorkerProcess>, 2> workers;
-  const auto start = [&](std::size_t which) {
-    workers[which] = std::make_unique<WorkerProcess>(*stream, std::to_string(which));
-  };
-  start(0);
-  start(1);
-  constexpr int kills = 6;
-  constexpr int slices = 40;
-  for (int slice = 0, killed = 0; slice < slices; ++slice) {
-    stream->write_positions(1.0 * slice / slices, 1.0 * (slice + 1) / slices);
-    std::this_thread::sleep_for(milliseconds(random() % 300));
-    const int left = slices - slice;
-    if (static_cast<int>(random() % static_cast<unsigned>(left)) >= kills - killed) continue;
-    const std::size_t which = random() % workers.size();
-    workers[which]->kill();
-    start(which);
-    ++killed;
-  }
-  stream->write_end();
-  expect_exact();
-}
-
-INSTANTIATE_TEST_SUITE_P(Seed, KillsTest, ::testing::Values(1U, 2U));
-
-/// The group notices a member that is gone after 6 s here, a tenth of what it is for a minute's
-/// absence by default; transactions time out after 5 s.
-TEST_F(BrokerTest, ACoordinatorThatIsAwayForLongerThanAllTimeoutsLosesAndDoublesNothing) {
-  if (std::getenv("QIV_BROKER_NODES") != nullptr) GTEST_SKIP() << "only of a single node";
-  begin("07:00:00", "10:00:00");
-  WorkerProcess worker(*stream, "w");
-  stream->write_positions(0.0, 0.4);
-  Broker::get()->pause();
-  sleep(9);
-  Broker::get()->go_on();
-  stream->write_positions(0.4, 1.0);
-  stream->write_end();
-  expect_exact();
-  EXPECT_TRUE(worker.is_alive());
-}
-
-TEST_F(BrokerTest, ANodeOfThreeThatIsKilledLosesAndDoublesNothing) {
-  const Broker three(3);
-  begin(three, testing::recorded("07:00:00", "10:00:00"));
-  WorkerThread worker(stream->options("w"));
-  stream->write_positions(0.0, 0.4);
-  ASSERT_EQ(three.run("kill 2"), 0);
-  stream->write_positions(0.4, 1.0);
-  stream->write_end();
-  expect_exact();
-  EXPECT_EQ(worker.failure(), "");
-}
-
-/// Half of the vehicles come from a bridge whose clock is ahead, until it is set right. A
-/// partition's time is then ahead as well; no worker looks at a clock.
-TEST_F(BrokerTest, ClocksThatAreApartDelayNothingAndAreForgotten) {
-  begin("07:00:00", "11:00:00");
-  const testing::StreamData& data = stream->data;
-  constexpr Seconds ahead{90};
-  const Instant right = data.positions.front().received + std::chrono::hours(1);
-  WorkerThread worker(stream->options("w"));
-  {
-    kafka::Producer producer(stream->properties);
-    PositionWriter one(producer, stream->names.positions, testing::stream_agency, Seconds(60));
-    PositionWriter other(producer, stream->names.positions, testing::stream_agency, Seconds(60));
-    for (VehiclePosition position : data.positions) {
-      const bool is_ahead = std::hash<VehicleId>()(position.vehicle) % 2 == 0;
-      if (is_ahead && position.received < right) position.received += ahead;
-      (is_ahead ? other : one).write(position);
-    }
-    one.pass(data.positions.back().received + std::chrono::hours(3));
-    producer.flush();
-  }
-  ASSERT_TRUE(stream->wait_until_done());
-  EXPECT_EQ(worker.failure(), "");
-  // Of the trips that began after the clocks were together again nothing is different.
-  const testing::Said plain = stream->plain();
-  const auto spans = spans_of(*stream);
-  testing::Said later;
-  for (const auto& [key, texts] : plain) {
-    if (spans.at(key).first > right + ahead) later[key] = texts;
-  }
-  testing::Said said = stream->said();
-  EXPECT_EQ(said.size(), plain.size());
-  std::erase_if(said, [&](const auto& entry) { return !later.contains(entry.first); });
-  testing::expect_same(said, later);
-}
-
-TEST_F(BrokerTest, ABrokerThatIsRestartedLosesAndDoublesNothing) {
-  begin("07:00:00", "10:00:00");
-  WorkerThread worker(stream->options("w"));
-  stream->write_positions(0.0, 0.4);
-  Broker::get()->restart();
-  stream->write_positions(0.4, 1.0);
-  stream->write_end();
-  expect_exact();
-  EXPECT_EQ(worker.failure(), "");
-}
-
-TEST_F(BrokerTest, AWorkerThatStandsStillForTooLongIsReplacedAndSaysNothingTwice) {
-  begin("07:00:00", "10:00:00");
-  const WorkerProcess slow(*stream, "slow");
-  stream->write_positions(0.0, 0.3);
-  ASSERT_TRUE(stream->wait_until_done());
-  stream->write_positions(0.3, 0.5);
-  slow.pause();
-  WorkerThread quick(stream->quick_options("quick"));
-  stream->write_positions(0.5, 0.8);
-  ASSERT_TRUE(stream->wait_until_done());
-  slow.go_on();
-  stream->write_positions(0.8, 1.0);
-  stream->write_end();
-  expect_exact();
-  EXPECT_EQ(quick.failure(), "");
 }
 
 TEST_F(BrokerTest, APoisonedMessageBlocksNothing) {
