@@ -106,11 +106,16 @@ class QIV_ALGO_API BusRoute {
   friend class MilestoneWalk;
   friend class Prefetch;
 
+  QIV_ALGO_LOCAL void note_order();
   QIV_ALGO_LOCAL void add_bus_stop(double offset, const std::string& stopID);
 
   const Journey& _journey;
   std::deque<BusStopLocation> _bus_stop;
   std::deque<double> _interpolation;
+
+  // Whether there are two milestones and each is greater than the one before. With a NaN among them
+  // a search finds what depends on the way that it takes.
+  bool _ordered;
 
   // The offsets of the bus stops side by side: every forecast reads all that lie ahead.
   std::vector<double> _offset;

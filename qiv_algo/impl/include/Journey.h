@@ -1,6 +1,7 @@
 #ifndef QIV_JOURNEY_H
 #define QIV_JOURNEY_H
 
+#include <cstddef>
 #include <exception>
 #include <map>
 #include <string>
@@ -147,6 +148,14 @@ class QIV_ALGO_API Journey {
  private:
   friend class AllJourneys;
 
+  QIV_ALGO_LOCAL bool takes(unsigned long long shapeVersionTime, long long shapeVersionID,
+                            double offset);
+  QIV_ALGO_LOCAL Vehicle* record(Vehicle* vehicle, const std::string& vehicleID,
+                                 const VehicleJourneyRef& vehicleJourneyRef, const History* history,
+                                 category_t category, double offset, long long time,
+                                 double max_error);
+  QIV_ALGO_LOCAL Forecast* forecast(const Vehicle* vehicle, const History* history,
+                                    category_t category);
   QIV_ALGO_LOCAL bool is_stale(unsigned long long shapeVersionTime, long long shapeVersionID);
   QIV_ALGO_LOCAL void check_milestones(const std::vector<double>& milestones);
   QIV_ALGO_LOCAL void check_bus_stops(const std::vector<double>& offsets);
@@ -212,8 +221,28 @@ class QIV_ALGO_API AllJourneys {
   void remove_inactive_vehicles();
 
  private:
+  // A journey, and where the trips lie that its last report was compared with: the next one asks
+  // for them before it has found its way to them.
+  struct Known {
+    Journey* journey;
+    const void* trips;
+    std::size_t trips_size;
+  };
+
+  // The journey that the last unclaimed report of a vehicle went to, and the vehicle there. No
+  // other journey can hold it: every other one has released it before. This one may have lost it
+  // since: the pointer, null where it is not known, holds as long as the journey has swept no more
+  // often.
+  struct Last {
+    Journey* journey;
+    Vehicle* vehicle;
+    std::size_t nb_sweeps;
+  };
+
   Journey* operator[](const std::string& journeyPatternRef);
-  QIV_ALGO_LOCAL Journey* find(const std::string& journeyPatternRef) const;
+  QIV_ALGO_LOCAL Known* find(const std::string& journeyPatternRef);
+  QIV_ALGO_LOCAL Known* find_or_make(const std::string& journeyPatternRef);
+  QIV_ALGO_LOCAL static Vehicle* vehicle_of(const Last& last, const std::string& vehicleID);
 
   std::string _forecast_method;
   std::vector<std::string> _string_parameter;
@@ -223,12 +252,10 @@ class QIV_ALGO_API AllJourneys {
   std::string _replacement_strategy;
   std::map<std::string, Journey*> _journey;
 
-  // For each vehicle the journey that its last unclaimed report went to. No other can hold it:
-  // every other one has released it before. The journey may have lost it since.
-  std::unordered_map<std::string, Journey*> _last_journey;
+  std::unordered_map<std::string, Last> _last_journey;
 
   // The journeys once more, to be found without a walk down the ordered map.
-  std::unordered_map<std::string, Journey*> _journey_by_reference;
+  std::unordered_map<std::string, Known> _journey_by_reference;
 };
 
 QIV_CONTRACT_END

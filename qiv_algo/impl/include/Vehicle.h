@@ -1,6 +1,7 @@
 #ifndef QIV_VEHICLE_H
 #define QIV_VEHICLE_H
 
+#include <cstddef>
 #include <deque>
 #include <exception>
 #include <map>
@@ -146,7 +147,7 @@ QIV_CONTRACT_END
 /// The vehicles now on one journey, by identifier; owns them.
 class QIV_ALGO_API AllVehicles {
  public:
-  AllVehicles() = default;
+  AllVehicles() : _vehicle(), _nb_sweeps(0) {}
   ~AllVehicles();
   AllVehicles(const AllVehicles&) = delete;
   AllVehicles& operator=(const AllVehicles&) = delete;
@@ -167,8 +168,13 @@ class QIV_ALGO_API AllVehicles {
   /// Asks every vehicle once whether it is alive, and deletes those that are not.
   void remove_inactive_vehicles();
 
+  /// How often vehicles were deleted that nobody named. A vehicle that has been looked up is there
+  /// until this changes or `remove_vehicle` names it.
+  std::size_t nb_sweeps() const { return _nb_sweeps; }
+
  private:
   std::map<std::string, Vehicle*> _vehicle;
+  std::size_t _nb_sweeps;
 };
 
 #endif  // QIV_VEHICLE_H

@@ -18,10 +18,12 @@ const double nowhere = -std::numeric_limits<double>::infinity();
 }  // namespace
 
 BusRoute::BusRoute(Journey& journey)
-    : _journey(journey), _bus_stop(), _interpolation(), _offset() {}
+    : _journey(journey), _bus_stop(), _interpolation(), _ordered(false), _offset() {}
 
 void BusRoute::read_milestones(const std::vector<double>& offset_list) {
+  _ordered = false;
   _interpolation.assign(offset_list.begin(), offset_list.end());
+  note_order();
 }
 
 void BusRoute::read_bus_stops(const std::vector<double>& offset_list,
@@ -42,10 +44,19 @@ void BusRoute::read(const std::vector<double>& offset_list, const std::vector<bo
       add_bus_stop(offset_list[i], i < stopID_list.size() ? stopID_list[i] : std::string());
     }
   }
+  note_order();
 }
 
 void BusRoute::remove_milestones() {
   _interpolation.clear();
+  note_order();
+}
+
+void BusRoute::note_order() {
+  const auto not_increasing = [](double prior, double next) { return !(prior < next); };
+  _ordered = _interpolation.size() >= 2 &&
+             std::adjacent_find(_interpolation.begin(), _interpolation.end(), not_increasing) ==
+                 _interpolation.end();
 }
 
 // The offset first: where memory runs out between the two, the stop is not there, and what is

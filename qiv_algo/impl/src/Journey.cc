@@ -6,6 +6,7 @@
 #include "KernelRegression.h"
 #include "Prefetch.h"
 #include "RQLogger.h"
+#include "TileReader.h"
 #include "exception_contract.h"
 #include "text_stream.h"
 
@@ -289,21 +290,33 @@ void Journey::remove_all_histories() {
 Forecast* Journey::update(const std::string& vehicleID, const VehicleJourneyRef& vehicleJourneyRef,
                           unsigned long long shapeVersionTime, long long shapeVersionID,
                           category_t category, double offset, long long time, double max_error) {
-  if (is_stale(shapeVersionTime, shapeVersionID)) return nullptr;
-  if (!_bus_route.milestones_is_initialized()) return nullptr;
-  if (!_bus_route.is_in_range(offset)) return nullptr;
+  if (!takes(shapeVersionTime, shapeVersionID, offset)) return nullptr;
   const History* const history = _history[category];
-  if (history != nullptr && TileReader::has_tiles(*history)) Prefetch::read(*history);
-  Prefetch::read(_bus_route);
-  Prefetch::write(_forecast);
-  Vehicle* vehicle = _vehicle[vehicleID];
+  const Vehicle* const vehicle = record(_vehicle[vehicleID], vehicleID, vehicleJourneyRef, history,
+                                        category, offset, time, max_error);
+  return forecast(vehicle, history, category);
+}
+
+bool Journey::takes(unsigned long long shapeVersionTime, long long shapeVersionID, double offset) {
+  return !is_stale(shapeVersionTime, shapeVersionID) && _bus_route.milestones_is_initialized() &&
+         _bus_route.is_in_range(offset);
+}
+
+// Makes the vehicle when it is null. Returns it.
+Vehicle* Journey::record(Vehicle* vehicle, const std::string& vehicleID,
+                         const VehicleJourneyRef& vehicleJourneyRef, const History* history,
+                         category_t category, double offset, long long time, double max_error) {
   if (vehicle != nullptr) {
     vehicle->update_position(vehicleJourneyRef, offset, time, max_error);
-  } else {
-    _vehicle.initialize(vehicleID, vehicleJourneyRef, offset, time, max_error);
-    vehicle = _vehicle[vehicleID];
-    vehicle->set_start_time(_forecast_algorithm->compute_start_time(vehicle, history, category));
+    return vehicle;
   }
+  _vehicle.initialize(vehicleID, vehicleJourneyRef, offset, time, max_error);
+  vehicle = _vehicle[vehicleID];
+  vehicle->set_start_time(_forecast_algorithm->compute_start_time(vehicle, history, category));
+  return vehicle;
+}
+
+Forecast* Journey::forecast(const Vehicle* vehicle, const History* history, category_t category) {
   _forecast_algorithm->compute_forecast(vehicle, history, category);
   return &_forecast;
 }
@@ -389,30 +402,41 @@ Forecast* AllJourneys::update(const std::string& journeyPatternRef, const std::s
                               unsigned long long shapeVersionTime, long long shapeVersionID,
                               category_t category, double offset, long long time,
                               double max_error) {
-  Journey* journey = find(journeyPatternRef);
-  const auto last = _last_journey.find(vehicleID);
-  if (last != _last_journey.end() && last->second != journey &&
-      last->second->is_served_by(vehicleID, time)) {
+  Known* known = find(journeyPatternRef);
+  const auto entry = _last_journey.find(vehicleID);
+  if (entry != _last_journey.end()) Prefetch::read(entry->second.vehicle);
+  if (known != nullptr) {
+    Prefetch::read(known->journey);
+    Prefetch::read(known->trips, known->trips_size);
+  }
+  if (entry != _last_journey.end() &&
+      (known == nullptr || entry->second.journey != known->journey)) {
+    entry->second.vehicle = nullptr;
+    if (entry->second.journey->is_served_by(vehicleID, time)) return nullptr;
+  }
+  if (known == nullptr) known = find_or_make(journeyPatternRef);
+  Journey& journey = *known->journey;
+  Last& last = entry != _last_journey.end() ? entry->second : _last_journey[vehicleID];
+  if (last.journey != &journey) last = {&journey, nullptr, 0};
+
+  if (!journey.takes(shapeVersionTime, shapeVersionID, offset)) {
+    if (journey._vehicle[vehicleID] == nullptr) _last_journey.erase(vehicleID);
     return nullptr;
   }
-  if (journey == nullptr) journey = (*this)[journeyPatternRef];
-  if (last != _last_journey.end()) {
-    last->second = journey;
-  } else {
-    _last_journey.emplace(vehicleID, journey);
-  }
-  Forecast* const forecast = journey->update(vehicleID, vehicleJourneyRef, shapeVersionTime,
-                                             shapeVersionID, category, offset, time, max_error);
-  if (forecast == nullptr && journey->_vehicle[vehicleID] == nullptr) {
-    _last_journey.erase(vehicleID);
-  }
-  return forecast;
+  const History* const history = journey._history[category];
+  Prefetch::read(journey._bus_route);
+  Prefetch::write(journey._forecast);
+  last.vehicle = journey.record(vehicle_of(last, vehicleID), vehicleID, vehicleJourneyRef, history,
+                                category, offset, time, max_error);
+  last.nb_sweeps = journey._vehicle.nb_sweeps();
+  if (history != nullptr) TileReader::locate(*history, known->trips, known->trips_size);
+  return journey.forecast(last.vehicle, history, category);
 }
 
 void AllJourneys::remove_inactive_vehicles() {
   for (const auto& entry : _journey) entry.second->remove_inactive_vehicles();
   for (auto last = _last_journey.begin(); last != _last_journey.end();) {
-    if (last->second->_vehicle[last->first] == nullptr) {
+    if (vehicle_of(last->second, last->first) == nullptr) {
       last = _last_journey.erase(last);
     } else {
       ++last;
@@ -421,19 +445,31 @@ void AllJourneys::remove_inactive_vehicles() {
 }
 
 Journey* AllJourneys::operator[](const std::string& journeyPatternRef) {
-  Journey* const journey = find(journeyPatternRef);
-  if (journey != nullptr) return journey;
-  std::unique_ptr<Journey> created(new Journey(_forecast_method, _string_parameter,
-                                               _double_parameter, _forecast_mode, _max_size_history,
-                                               _replacement_strategy));
-  const auto entry = _journey_by_reference.emplace(journeyPatternRef, nullptr).first;
-  _journey.emplace(journeyPatternRef, created.get());
-  entry->second = created.get();
-  return created.release();
+  return find_or_make(journeyPatternRef)->journey;
 }
 
 // An entry is null where the memory for the journey's own had run out.
-Journey* AllJourneys::find(const std::string& journeyPatternRef) const {
+AllJourneys::Known* AllJourneys::find(const std::string& journeyPatternRef) {
   const auto entry = _journey_by_reference.find(journeyPatternRef);
-  return entry == _journey_by_reference.end() ? nullptr : entry->second;
+  const bool is_there = entry != _journey_by_reference.end() && entry->second.journey != nullptr;
+  return is_there ? &entry->second : nullptr;
+}
+
+AllJourneys::Known* AllJourneys::find_or_make(const std::string& journeyPatternRef) {
+  Known* const known = find(journeyPatternRef);
+  if (known != nullptr) return known;
+  std::unique_ptr<Journey> created(new Journey(_forecast_method, _string_parameter,
+                                               _double_parameter, _forecast_mode, _max_size_history,
+                                               _replacement_strategy));
+  Known& made = _journey_by_reference[journeyPatternRef];
+  _journey.emplace(journeyPatternRef, created.get());
+  made.journey = created.release();
+  return &made;
+}
+
+// The vehicle on its last journey, or null when that has lost it.
+Vehicle* AllJourneys::vehicle_of(const Last& last, const std::string& vehicleID) {
+  AllVehicles& vehicles = last.journey->_vehicle;
+  const bool is_known = last.vehicle != nullptr && last.nb_sweeps == vehicles.nb_sweeps();
+  return is_known ? last.vehicle : vehicles[vehicleID];
 }

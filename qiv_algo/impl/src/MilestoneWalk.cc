@@ -5,28 +5,11 @@
 
 #include <limits>
 
-namespace {
-
-/// Whether each is greater than the one before. With a NaN among them a search finds what depends
-/// on the way that it takes.
-bool strictly_increasing(const std::deque<double>& milestones) {
-  if (milestones.size() < 2) return false;
-  std::deque<double>::const_iterator next = milestones.begin();
-  double prior = *next;
-  for (++next; next != milestones.end(); ++next) {
-    if (!(prior < *next)) return false;
-    prior = *next;
-  }
-  return true;
-}
-
-}  // namespace
-
 MilestoneWalk::MilestoneWalk(const BusRoute& route)
     : _route(route),
       _last(route.is_initialized() ? route.last_milestone_offset()
                                    : std::numeric_limits<double>::infinity()),
-      _ordered(strictly_increasing(route._interpolation)),
+      _ordered(route._ordered),
       _index(0),
       _prior(0.0),
       _current(0.0) {

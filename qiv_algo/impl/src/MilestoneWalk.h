@@ -25,7 +25,7 @@ class MilestoneWalk {
 
   const BusRoute& _route;
   const double _last;
-  bool _ordered;
+  const bool _ordered;
   Milestone _upper;  ///< of the segment where the walk stands
   unsigned int _index;
   double _prior;

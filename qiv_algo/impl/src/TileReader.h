@@ -16,6 +16,17 @@ class TileReader {
             history._wide.empty() ? nullptr : history._wide.data(), history.length(),
             history.size()};
   }
+
+  /// Where the tiles lie, and how many bytes they are; none for a store without.
+  static void locate(const History& history, const void*& begin, std::size_t& size) {
+    if (history._wide.empty()) {
+      begin = history._narrow.data();
+      size = history._narrow.size() * sizeof(history._narrow[0]);
+    } else {
+      begin = history._wide.data();
+      size = history._wide.size() * sizeof(history._wide[0]);
+    }
+  }
 };
 
 #endif  // QIV_TILE_READER_H

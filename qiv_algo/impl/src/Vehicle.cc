@@ -200,11 +200,13 @@ void AllVehicles::remove_vehicle(const std::string& vehicleID) {
 }
 
 void AllVehicles::remove_all_vehicles() {
+  ++_nb_sweeps;
   for (const auto& entry : _vehicle) delete entry.second;
   _vehicle.clear();
 }
 
 void AllVehicles::remove_inactive_vehicles() {
+  ++_nb_sweeps;
   for (std::map<std::string, Vehicle*>::iterator entry = _vehicle.begin();
        entry != _vehicle.end();) {
     if (entry->second->is_alive()) {
