@@ -1,50 +1,60 @@
 // Before everything else: it also covers the inline functions of the headers.
 #include "exact.h"
 
+#include <utility>
+
 #include "lanes.h"
 
 namespace lanes {
 namespace {
 
-/// One double, for every kind of processor.
-struct Single {
-  static const unsigned int lanes = 1;
+/// Two doubles one after the other, for every kind of processor: neither waits for the other.
+struct Both {
+  static const unsigned int lanes = 2;
   static const bool fuses = false;
 
-  static Single all(double value) { return {value}; }
-  static Single convert(const int* times) { return {static_cast<double>(*times)}; }
-  static Single convert(const std::uint16_t* times) { return {static_cast<double>(*times)}; }
-  static Single load(const double* from) { return {*from}; }
-  void store(double* to) const { *to = value; }
+  static Both all(double value) { return {value, value}; }
+  template <class Cell>
+  static Both convert(const Cell* times) {
+    return {static_cast<double>(times[0]), static_cast<double>(times[1])};
+  }
+  static Both load(const double* from) { return {from[0], from[1]}; }
+  void store(double* to) const {
+    to[0] = first;
+    to[1] = second;
+  }
 
-  double value;
+  double first;
+  double second;
 };
 
-inline Single operator+(Single a, Single b) {
-  return {a.value + b.value};
+inline Both operator+(Both a, Both b) {
+  return {a.first + b.first, a.second + b.second};
 }
 
-inline Single operator-(Single a, Single b) {
-  return {a.value - b.value};
+inline Both operator-(Both a, Both b) {
+  return {a.first - b.first, a.second - b.second};
 }
 
-inline Single operator/(Single a, Single b) {
-  return {a.value / b.value};
+inline Both operator/(Both a, Both b) {
+  return {a.first / b.first, a.second / b.second};
 }
 
-inline Single product(Single a, Single b) {
-  return {::product(a.value, b.value)};
+inline Both product(Both a, Both b) {
+  return {::product(a.first, b.first), ::product(a.second, b.second)};
 }
 
-inline Single at_least(double limit, Single a) {
-  return {a.value < limit ? limit : a.value};
+inline Both at_least(double limit, Both a) {
+  return {a.first < limit ? limit : a.first, a.second < limit ? limit : a.second};
 }
 
-inline Single quotient(Single a, Single b, Single) {
+inline Both quotient(Both a, Both b, Both) {
   return a / b;
 }
 
-inline void transpose(Single (&)[Single::lanes]) {}
+inline void transpose(Both (&rows)[Both::lanes]) {
+  std::swap(rows[0].second, rows[1].first);
+}
 
 }  // namespace
 }  // namespace lanes
@@ -54,7 +64,7 @@ inline void transpose(Single (&)[Single::lanes]) {}
 namespace lanes {
 namespace {
 
-const Operations by_portable = {subtract_distances<Single>, sum_increments<Single>};
+const Operations by_portable = {subtract_distances<Both>, sum_increments<Both>};
 
 }  // namespace
 }  // namespace lanes
