@@ -1,9 +1,11 @@
 // The time of an update among few and among many journeys. 2,000 vehicles report at random; each
-// report may hand its vehicle over to a journey at random.
+// report may hand its vehicle over to a journey at random. Beside it the time of fetching as much
+// memory from as many places, without doing anything with it.
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -76,6 +78,34 @@ void time_reports(benchmark::State& state, const Size& size, unsigned int nb_jou
   }
 }
 
+/// The memory that an update of the city's size touches, in cache lines of 64 bytes: the earlier
+/// trips in 16-bit cells, the numbers of 40 forecast rows, which lie 136 bytes apart, stops and
+/// milestones, the vehicle with its reports, and the way there.
+const std::size_t line = 64;
+const std::size_t lines_of_update = 107 + 62 + 13 + 16 + 19;
+
+/// Fetches what an update of one of `nb_places` journeys at random touches, all of it asked for at
+/// once.
+void time_fetches(benchmark::State& state, unsigned int nb_places) {
+  const std::size_t size = lines_of_update * line;
+  std::vector<char> memory(size * nb_places, 1);
+  differential::RandomDraw draw(11);
+  const unsigned int nb_fetches = 20000;
+  unsigned int sum = 0;
+  const auto fetch = [&] {
+    const char* const place = memory.data() + size * draw.below(nb_places);
+    for (std::size_t i = 0; i < size; i += line) __builtin_prefetch(place + i);
+    for (std::size_t i = 0; i < size; i += line) sum += static_cast<unsigned char>(place[i]);
+  };
+  for (unsigned int i = 0; i < nb_fetches; ++i) fetch();
+  for (auto _ : state) {
+    const double start_s = bench::thread_time_s();
+    for (unsigned int i = 0; i < nb_fetches; ++i) fetch();
+    benchmark::DoNotOptimize(sum);
+    state.SetIterationTime((bench::thread_time_s() - start_s) / nb_fetches);
+  }
+}
+
 void add(const Size& size, unsigned int nb_journeys, unsigned int reports_a_journey,
          Contender contender) {
   const auto time =
@@ -100,6 +130,10 @@ int main(int argc, char** argv) {
       }
     }
     add(bench::city_size, nb_journeys, 40, Contender::twin);
+    const std::string name = "journeys:" + std::to_string(nb_journeys) + "/fetch/city/memory";
+    benchmark::RegisterBenchmark(name.c_str(), time_fetches, nb_journeys)
+        ->UseManualTime()
+        ->Iterations(3);
   }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

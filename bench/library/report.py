@@ -87,14 +87,18 @@ def journeys_table(times):
     groups = collections.defaultdict(dict)
     for name, time in times.items():
         journeys, reports, size, contender = name.split("/")
-        key = (size, int(reports.split(":")[1]), contender)
+        key = (size, 0 if reports == "fetch" else int(reports.split(":")[1]), contender)
         groups[key][int(journeys.split(":")[1])] = time
     numbers = sorted(next(iter(groups.values())))
     rows = []
     for (size, reports, contender), by_number in sorted(groups.items()):
-        row = [f"{TITLES[contender]}, {size}, " +
-               ("each report" if reports == 1 else f"one report in {reports}")]
-        row += [f"{by_number[n]:.2f} ({by_number[n] / by_number[numbers[0]]:.2f})" for n in numbers]
+        if reports == 0:
+            row = [f"memory of an update, {size}, fetched and not used"]
+        else:
+            row = [f"{TITLES[contender]}, {size}, " +
+                   ("each report" if reports == 1 else f"one report in {reports}")]
+        row += [f"{by_number[n]:.2f}" if reports == 0 else
+                f"{by_number[n]:.2f} ({by_number[n] / by_number[numbers[0]]:.2f})" for n in numbers]
         rows.append(row)
     return table(["handed over at"] + [f"{n:,} journeys" for n in numbers], rows)
 
@@ -165,7 +169,8 @@ another journey at random. In brackets: relative to ten journeys.
 The twin asks every journey at every report. The library asks one, and finds it without a walk: its
 instructions for a report do not grow with the number of journeys. What still grows is the time that
 they wait for memory: the trips and rows of ten journeys stay in the processor's caches, those of
-thousands do not.
+thousands do not. What that costs at least is in the row of memory that is fetched and not used: as
+many bytes as an update touches, side by side and all asked for at once.
 
 ## Instructions
 

@@ -425,7 +425,6 @@ Forecast* AllJourneys::update(const std::string& journeyPatternRef, const std::s
   }
   const History* const history = journey._history[category];
   Prefetch::read(journey._bus_route);
-  Prefetch::write(journey._forecast);
   last.vehicle = journey.record(vehicle_of(last, vehicleID), vehicleID, vehicleJourneyRef, history,
                                 category, offset, time, max_error);
   last.nb_sweeps = journey._vehicle.nb_sweeps();
