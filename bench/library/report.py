@@ -128,6 +128,7 @@ def main():
     results, compiler, docs = pathlib.Path(sys.argv[1]), sys.argv[2], pathlib.Path(sys.argv[3])
     updates = read_times(results / "updates.json")
     journeys = read_times(results / "journeys.json")
+    journeys_large_pages = read_times(results / "journeys_large_pages.json")
     processors = json.loads((results / "updates.json").read_text())["context"]["num_cpus"]
     quantities = ["trips", "updates", "stops"]
     sizes = list(SIZES)
@@ -172,6 +173,10 @@ they wait for memory: the trips and rows of ten journeys stay in the processor's
 thousands do not. What that costs at least is in the row of memory that is fetched and not used: as
 many bytes as an update touches, side by side and all asked for at once.
 
+With large pages for the C library's allocator (`GLIBC_TUNABLES=glibc.malloc.hugetlb=1`, as the
+units of systemd have it):
+
+{journeys_table(journeys_large_pages)}
 ## Instructions
 
 Of an update, counted by callgrind, which knows no AVX-512.

@@ -119,12 +119,15 @@ int main(int argc, char** argv) {
       }
     }
     const double reports = static_cast<double>(engine_vehicles) * reports_measured;
+    const char* const tunables = std::getenv("GLIBC_TUNABLES");
     std::printf(
-        "\n## The engine alone\n\n%zu vehicles with 40 reports behind them on average, %zu earlier "
+        "\n## The engine alone%s\n\n%zu vehicles with 40 reports behind them on average, %zu "
+        "earlier "
         "trips of each pattern in memory,\nreports already followed along their trips. Shortest of "
         "%d runs by the clock; %u processors. The\nforecasts are the same for each number of "
         "shards.\n\n| shards | reports a second | of one shard |\n| ---: | ---: | ---: |\n",
-        engine_vehicles, earlier_trips, repetitions, std::thread::hardware_concurrency());
+        tunables == nullptr ? "" : ", with large pages", engine_vehicles, earlier_trips,
+        repetitions, std::thread::hardware_concurrency());
     for (std::size_t i = 0; i < shards.size(); ++i) {
       std::printf("| %zu | %.0f | %.2f × |\n", shards[i], reports / least[i], least[0] / least[i]);
     }

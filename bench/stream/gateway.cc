@@ -19,6 +19,7 @@
 #include "simulate/fleet.h"
 #include "simulate/gtfs_files.h"
 #include "simulate/town.h"
+#include "worker/output_message.h"
 #include "worker/partition_engine.h"
 
 namespace {
@@ -71,16 +72,8 @@ std::vector<StreamMessage> work(const Network& network,
     output.clear();
     engine.take(position, output);
     for (PartitionOutput& one : output) {
-      if (auto* const forecast = std::get_if<VehicleForecast>(&one)) {
-        forecast->agency = agency;
-        messages.push_back(encode_forecast(*forecast, network));
-      } else if (auto* const left = std::get_if<LeftTrip>(&one)) {
-        left->trip.agency = agency;
-        messages.push_back(encode_left(*left));
-      } else if (auto* const state = std::get_if<VehicleState>(&one)) {
-        state->agency = agency;
-        messages.push_back(encode_vehicle(*state));
-      }
+      OutputMessage encoded = encode_output(one, agency, network);
+      if (!encoded.is_finished_trip) messages.push_back(std::move(encoded.message));
     }
   }
   return messages;
