@@ -53,7 +53,7 @@ class PlaceTimes {
 
  private:
   double on_clock(std::size_t place, double library_s) const {
-    return _input.origin_s + library_s + _input.clock.lag_s(_input.grid.places_m[place]);
+    return _input.origin_s + library_s + _input.clock.lag_at_place_s(place);
   }
 
   const DisplayInput& _input;

@@ -2,39 +2,11 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <utility>
 
 #include "engine/schedule_delay.h"
 
 namespace qiv {
-namespace {
-
-bool by_trip(const TripForecast& a, const TripForecast& b) {
-  return a.trip < b.trip;
-}
-
-const TripForecast* find(const std::vector<TripForecast>& sorted, const TripKey& trip) {
-  const auto entry =
-      std::lower_bound(sorted.begin(), sorted.end(), trip,
-                       [](const TripForecast& f, const TripKey& key) { return f.trip < key; });
-  return entry == sorted.end() || entry->trip != trip ? nullptr : &*entry;
-}
-
-/// The forecasts that each part gives, as one list in the order of trips.
-template <class Part>
-std::vector<TripForecast> gather(Crew& crew, const Part& part) {
-  std::vector<std::vector<TripForecast>> parts(crew.size());
-  crew.together([&](std::size_t number) { parts[number] = part(number); });
-  std::vector<TripForecast> all = std::move(parts.front());
-  for (std::size_t i = 1; i < parts.size(); ++i) {
-    std::move(parts[i].begin(), parts[i].end(), std::back_inserter(all));
-  }
-  std::sort(all.begin(), all.end(), by_trip);
-  return all;
-}
-
-}  // namespace
 
 Engine::Engine(const Network& network, const LearnedSettings& settings, HistorySource history,
                EngineOptions options)
@@ -66,41 +38,75 @@ void Engine::note(const TrackEvent& event) {
 }
 
 std::vector<TripForecast> Engine::forecasts(Instant now) {
-  std::vector<TripForecast> shown = gather(_crew, [&](std::size_t number) {
-    return _shards[number]->forecasts(
-        now, [&](const LiveTrip& trip) { return _roster.leads(trip.vehicle, trip.schedule.key); });
-  });
-  const std::vector<ScheduledTrip> coming = _roster.announced(now);
-  std::vector<TripForecast> announced = gather(_crew, [&](std::size_t number) {
-    std::vector<TripForecast> part;
-    for (const ScheduledTrip& trip : coming) {
-      if (trip.pattern() % _shards.size() != number) continue;
-      const TripForecast* const previous = trip.previous ? find(shown, *trip.previous) : nullptr;
-      const Instant earliest =
-          previous == nullptr ? Instant::min() : turned_around(trip, *previous);
-      auto forecast = _shards[number]->announce(trip, earliest, now);
-      if (forecast) part.push_back(std::move(*forecast));
+  for (const TripKey& trip : _roster.changed(now)) place(trip, now);
+  bring_up_to(now);
+  std::vector<TripForecast> shown;
+  shown.reserve(_board.rows().size());
+  for (const auto& [trip, row] : _board.rows()) {
+    if (const LiveTrip* const live = row.with_vehicle()) {
+      shown.push_back(live->shown.as_of(now, live->last_seen));
+    } else if (row.announced && !row.announced->shown.empty()) {
+      shown.push_back(row.announced->shown.as_of(now, now));
     }
-    return part;
-  });
-  const auto middle = static_cast<std::ptrdiff_t>(shown.size());
-  std::move(announced.begin(), announced.end(), std::back_inserter(shown));
-  std::inplace_merge(shown.begin(), shown.begin() + middle, shown.end(), by_trip);
+  }
   return shown;
+}
+
+/// Has every shard bring what it shows up to `now`: first the trips with vehicles, then the others,
+/// which may wait for these.
+void Engine::bring_up_to(Instant now) {
+  struct Part {
+    std::vector<LiveTrip*> live;
+    std::vector<TripBoard::Row*> announced;
+  };
+  std::vector<Part> parts(_shards.size());
+  for (auto& [trip, row] : _board.rows()) {
+    if (LiveTrip* const live = row.with_vehicle()) parts[row.shard].live.push_back(live);
+    if (row.announced) parts[row.shard].announced.push_back(&row);
+  }
+  _crew.together([&](std::size_t number) {
+    for (LiveTrip* const live : parts[number].live) _shards[number]->show(*live, now);
+  });
+  _crew.together([&](std::size_t number) {
+    for (TripBoard::Row* const row : parts[number].announced) {
+      const LiveTrip* const previous = row->previous ? row->previous->with_vehicle() : nullptr;
+      const Instant earliest = previous
+                                   ? turned_around(row->announced->schedule, previous->shown.kept())
+                                   : Instant::min();
+      _shards[number]->show(*row->announced, earliest, now);
+    }
+  });
+}
+
+/// Puts the trip on the board, or takes it off.
+void Engine::place(const TripKey& trip, Instant now) {
+  if (auto live = shared_live(trip); live != nullptr && live->schedule.key == trip) {
+    const std::size_t shard = shard_of(live->vehicle);
+    _board.put(std::move(live), shard);
+  } else if (const auto coming = _roster.announced(trip, now)) {
+    _board.announce(*coming, shard_of_announced(*coming));
+  } else {
+    _board.remove(trip);
+  }
 }
 
 std::optional<TripForecast> Engine::forecast(const TripKey& trip, Instant now) {
   if (const VehicleId* const leader = _roster.leader(trip)) {
     return _shards[shard_of(*leader)]->forecast(*leader, now);
   }
-  for (const ScheduledTrip& coming : _roster.announced(now)) {
-    if (coming.key != trip) continue;
-    const auto previous =
-        coming.previous && live(*coming.previous) ? forecast(*coming.previous, now) : std::nullopt;
-    const Instant earliest = previous ? turned_around(coming, *previous) : Instant::min();
-    return _shards[coming.pattern() % _shards.size()]->announce(coming, earliest, now);
-  }
-  return std::nullopt;
+  const auto coming = _roster.announced(trip, now);
+  if (!coming) return std::nullopt;
+  const auto previous =
+      coming->previous && live(*coming->previous) ? forecast(*coming->previous, now) : std::nullopt;
+  AnnouncedTrip announced{*coming, std::nullopt, 0, {}};
+  _shards[shard_of_announced(*coming)]->show(
+      announced, previous ? turned_around(*coming, *previous) : Instant::min(), now);
+  if (announced.shown.empty()) return std::nullopt;
+  return announced.shown.as_of(now, now);
+}
+
+std::size_t Engine::shard_of_announced(const ScheduledTrip& trip) const {
+  return trip.pattern() % _shards.size();
 }
 
 /// When the vehicle of the trip before has arrived and turned around, as far as arrivals are
@@ -122,8 +128,12 @@ bool Engine::learn_from(const TripRun& run, Instant finished) {
 }
 
 const LiveTrip* Engine::live(const TripKey& trip) const {
+  return shared_live(trip).get();
+}
+
+std::shared_ptr<LiveTrip> Engine::shared_live(const TripKey& trip) const {
   const VehicleId* const leader = _roster.leader(trip);
-  return leader == nullptr ? nullptr : _shards[shard_of(*leader)]->live(*leader);
+  return leader == nullptr ? nullptr : _shards[shard_of(*leader)]->shared_live(*leader);
 }
 
 std::optional<Explanation> Engine::explain_trip(const TripKey& trip) {

@@ -9,6 +9,7 @@
 #include "engine/engine_options.h"
 #include "engine/engine_shard.h"
 #include "engine/explain.h"
+#include "engine/trip_board.h"
 #include "engine/trip_roster.h"
 #include "model/rejections.h"
 #include "model/settings.h"
@@ -76,11 +77,16 @@ class Engine {
   Rejections rejections() const;
 
  private:
+  void place(const TripKey& trip, Instant now);
+  void bring_up_to(Instant now);
+  std::shared_ptr<LiveTrip> shared_live(const TripKey& trip) const;
+  std::size_t shard_of_announced(const ScheduledTrip& trip) const;
   Instant turned_around(const ScheduledTrip& trip, const TripForecast& previous) const;
 
   const LearnedSettings& _settings;
   EngineOptions _options;
   TripRoster _roster;
+  TripBoard _board;
   std::mutex _history_mutex;
   std::vector<std::unique_ptr<EngineShard>> _shards;
   Crew _crew;

@@ -55,7 +55,9 @@ void EngineShard::on(const TripAssigned& event) {
   trip.desk = &desk;
   trip.choice = desk.choose(*schedule->plan, event.trip.day);
   trip.clock = desk.clock(*schedule->plan);
-  _live.insert_or_assign(event.vehicle, std::move(trip));
+  std::shared_ptr<LiveTrip>& live = _live[event.vehicle];
+  if (live != nullptr) live->left = true;
+  live = std::make_shared<LiveTrip>(std::move(trip));
 }
 
 void EngineShard::on(const Waiting& event) {
@@ -88,17 +90,19 @@ void EngineShard::on(const TripEnded& event) {
   LiveTrip* const trip = find(event.run.vehicle, event.run.trip);
   if (trip == nullptr) return;
   release(*trip);
+  trip->left = true;
   _live.erase(event.run.vehicle);
 }
 
 LiveTrip* EngineShard::find(const VehicleId& vehicle, const TripKey& trip) {
   const auto entry = _live.find(vehicle);
-  return entry == _live.end() || entry->second.schedule.key != trip ? nullptr : &entry->second;
+  const bool is_on_it = entry != _live.end() && entry->second->schedule.key == trip;
+  return is_on_it ? entry->second.get() : nullptr;
 }
 
-const LiveTrip* EngineShard::live(const VehicleId& vehicle) const {
+std::shared_ptr<LiveTrip> EngineShard::shared_live(const VehicleId& vehicle) const {
   const auto entry = _live.find(vehicle);
-  return entry == _live.end() ? nullptr : &entry->second;
+  return entry == _live.end() ? nullptr : entry->second;
 }
 
 void EngineShard::release(const LiveTrip& trip) {
@@ -180,45 +184,29 @@ bool EngineShard::follow(const VehicleId& vehicle, const TripKey& trip, const Fo
 std::optional<TripForecast> EngineShard::forecast(const VehicleId& vehicle, Instant now) {
   const auto entry = _live.find(vehicle);
   if (entry == _live.end()) return std::nullopt;
-  return display(entry->second, now);
+  LiveTrip& trip = *entry->second;
+  show(trip, now);
+  return trip.shown.as_of(now, trip.last_seen);
 }
 
-std::vector<TripForecast> EngineShard::forecasts(
-    Instant now, const std::function<bool(const LiveTrip&)>& is_shown) {
-  forget_announced(now);
-  std::vector<TripForecast> result;
-  result.reserve(_live.size());
-  for (auto& [vehicle, trip] : _live) {
-    if (is_shown(trip)) result.push_back(display(trip, now));
-  }
-  return result;
-}
-
-TripForecast EngineShard::display(LiveTrip& trip, Instant now) {
+void EngineShard::show(LiveTrip& trip, Instant now) {
   KeptDisplay::Basis basis;
   basis.last_seen = trip.last_seen;
   if (!trip.latest) {
     basis.histories = trip.desk->version();
-    basis.departure = expected_departure(trip.schedule, trip.choice.category, trip.last_seen);
+    basis.departure =
+        expected_departure(trip.schedule, *trip.desk, trip.choice.category, trip.last_seen);
   }
-  const TripForecast* const kept = trip.shown.find(basis, now);
-  if (kept == nullptr) return display_anew(trip, basis, now);
-  TripForecast result = *kept;
-  result.made = now;
-  result.position_time = trip.last_seen;
-  return result;
+  if (!trip.shown.holds(basis, now)) show_anew(trip, basis, now);
 }
 
-TripForecast EngineShard::display_anew(LiveTrip& trip, const KeptDisplay::Basis& basis,
-                                       Instant now) {
+void EngineShard::show_anew(LiveTrip& trip, const KeptDisplay::Basis& basis, Instant now) const {
   PatternDesk& desk = *trip.desk;
   TripForecast result;
   result.trip = trip.schedule.key;
   result.vehicle = trip.vehicle;
   result.pattern = desk.pattern().ref;
   result.basis = trip.choice.basis;
-  result.made = now;
-  result.position_time = trip.last_seen;
   result.category = shown_category(trip.choice);
   result.trips = trip.choice.trips;
   DisplayHold hold;
@@ -237,69 +225,43 @@ TripForecast EngineShard::display_anew(LiveTrip& trip, const KeptDisplay::Basis&
                  trip.last_seen, _settings.calibration},
                 now);
   }
-  trip.shown.keep(result, basis, now, hold);
-  return result;
+  trip.shown.keep(std::move(result), basis, now, hold);
 }
 
-std::optional<TripForecast> EngineShard::announce(const ScheduledTrip& trip, Instant earliest,
-                                                  Instant now) {
-  PatternDesk& desk = desk_of(trip.pattern());
-  Announced& known = announced(trip, desk, now);
-  const auto& fresh = desk.fresh(known.choice.category);
-  if (!fresh) return std::nullopt;
-  const KeptDisplay::Basis basis{
-      desk.version(), std::max(expected_departure(trip, known.choice.category, now), earliest),
-      now};
-  const TripForecast* const kept = known.shown.find(basis, now);
-  if (kept == nullptr) return announce_anew(trip, known, *fresh, basis);
-  TripForecast result = *kept;
-  result.made = result.position_time = now;
-  return result;
-}
-
-/// What is kept of the trip, its choice as of now.
-EngineShard::Announced& EngineShard::announced(const ScheduledTrip& trip, PatternDesk& desk,
-                                               Instant now) {
-  const auto [entry, is_new] = _announced.try_emplace(trip.key);
-  Announced& known = entry->second;
-  if (is_new || known.histories != desk.version()) {
-    known.choice = desk.choose(*trip.plan, trip.key.day);
-    known.histories = desk.version();
+void EngineShard::show(AnnouncedTrip& trip, Instant earliest, Instant now) {
+  PatternDesk& desk = desk_of(trip.schedule.pattern());
+  if (!trip.choice || trip.histories != desk.version()) {
+    trip.choice = desk.choose(*trip.schedule.plan, trip.schedule.key.day);
+    trip.histories = desk.version();
   }
-  known.asked = now;
-  return known;
+  const Category category = trip.choice->category;
+  const auto& fresh = desk.fresh(category);
+  if (!fresh) {
+    trip.shown.forget();
+    return;
+  }
+  const Instant expected = expected_departure(trip.schedule, desk, category, now);
+  const KeptDisplay::Basis basis{desk.version(), std::max(expected, earliest), now};
+  if (!trip.shown.holds(basis, now)) show_anew(trip, desk, *fresh, basis);
 }
 
-TripForecast EngineShard::announce_anew(const ScheduledTrip& trip, Announced& announced,
-                                        const LibraryForecast& fresh,
-                                        const KeptDisplay::Basis& basis) {
-  const PatternDesk& desk = desk_of(trip.pattern());
+void EngineShard::show_anew(AnnouncedTrip& trip, const PatternDesk& desk,
+                            const LibraryForecast& fresh, const KeptDisplay::Basis& basis) const {
   const Instant now = basis.last_seen;
   TripForecast result;
-  result.trip = trip.key;
+  result.trip = trip.schedule.key;
   result.pattern = desk.pattern().ref;
-  result.basis = announced.choice.basis;
-  result.made = now;
-  result.position_time = now;
-  result.category = shown_category(announced.choice);
-  result.trips = announced.choice.trips;
+  result.basis = trip.choice->basis;
+  result.category = shown_category(*trip.choice);
+  result.trips = trip.choice->trips;
   result.confidence = fresh.confidence;
-  const TripClock clock = desk.clock(*trip.plan);
+  const TripClock clock = desk.clock(*trip.schedule.plan);
   const DisplayHold hold = fill(result,
-                                {trip, desk.pattern(), desk.grid(), clock, fresh,
+                                {trip.schedule, desk.pattern(), desk.grid(), clock, fresh,
                                  static_cast<double>(unix_seconds(basis.departure)),
                                  TripState::not_begun, now, _settings.calibration},
                                 now);
-  announced.shown.keep(result, basis, now, hold);
-  return result;
-}
-
-/// Forgets the trips that are not announced any more.
-void EngineShard::forget_announced(Instant now) {
-  constexpr Seconds interval = std::chrono::minutes(10);
-  if (now - _forgot < interval) return;
-  std::erase_if(_announced, [this](const auto& entry) { return entry.second.asked < _forgot; });
-  _forgot = now;
+  trip.shown.keep(std::move(result), basis, now, hold);
 }
 
 DisplayHold EngineShard::fill(TripForecast& result, const DisplayInput& input, Instant now) const {
@@ -310,11 +272,10 @@ DisplayHold EngineShard::fill(TripForecast& result, const DisplayInput& input, I
 
 /// The timetable's departure with the delay of earlier trips, given that the trip has not departed
 /// by `not_before`.
-Instant EngineShard::expected_departure(const ScheduledTrip& schedule, Category category,
-                                        Instant not_before) {
+Instant EngineShard::expected_departure(const ScheduledTrip& schedule, const PatternDesk& desk,
+                                        Category category, Instant not_before) {
   const Seconds waited = not_before - schedule.first_departure();
-  return schedule.first_departure() +
-         desk_of(schedule.pattern()).expected_departure_delay(category, waited);
+  return schedule.first_departure() + desk.expected_departure_delay(category, waited);
 }
 
 bool EngineShard::learn_from(const TripRun& run, Instant finished) {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <unordered_map>
 #include <vector>
 
+#include "engine/announced_trip.h"
 #include "engine/engine_options.h"
 #include "engine/followed_trip.h"
 #include "engine/forecast_library.h"
@@ -16,7 +16,6 @@
 #include "model/rejections.h"
 #include "model/settings.h"
 #include "model/trip_forecast.h"
-#include "model/trip_key_hash.h"
 #include "network/network.h"
 #include "track/events.h"
 
@@ -50,13 +49,12 @@ class EngineShard {
   /// What is forecast for the trip that the vehicle is on; nothing when it is on none.
   std::optional<TripForecast> forecast(const VehicleId& vehicle, Instant now);
 
-  /// The forecasts of the vehicles that `is_shown` answers true for, in no order.
-  std::vector<TripForecast> forecasts(Instant now,
-                                      const std::function<bool(const LiveTrip&)>& is_shown);
+  /// Brings `trip.shown` up to `now`. Precondition: the vehicle is one of this shard.
+  void show(LiveTrip& trip, Instant now);
 
-  /// The forecast of a trip without a vehicle, which cannot depart before `earliest`. Nothing when
-  /// the library gives none.
-  std::optional<TripForecast> announce(const ScheduledTrip& trip, Instant earliest, Instant now);
+  /// The same for a trip without a vehicle, which cannot depart before `earliest`. It shows nothing
+  /// when the library gives no forecast.
+  void show(AnnouncedTrip& trip, Instant earliest, Instant now);
 
   /// Adds a finished trip to the histories. Returns false, and counts why, when it is no trip to
   /// learn from.
@@ -67,7 +65,9 @@ class EngineShard {
   bool learn_at_work(const TripRun& run, Instant finished);
 
   /// The trip that the vehicle is on; null when it is on none.
-  const LiveTrip* live(const VehicleId& vehicle) const;
+  const LiveTrip* live(const VehicleId& vehicle) const { return shared_live(vehicle).get(); }
+  /// The same, to be kept; `left` tells when the vehicle is on it no more.
+  std::shared_ptr<LiveTrip> shared_live(const VehicleId& vehicle) const;
 
   /// The pattern at work; opened if it is not yet.
   PatternDesk& desk_of(PatternIndex pattern);
@@ -89,22 +89,12 @@ class EngineShard {
   void release(const LiveTrip& trip);
   void report(LiveTrip& trip, const Progress& progress);
   void note(LiveTrip& trip, const Progress& progress) const;
-  /// What is kept of a trip without a vehicle.
-  struct Announced {
-    HistoryChoice choice;
-    std::uint64_t histories = 0;  ///< version of those that it was chosen from
-    KeptDisplay shown;
-    Instant asked{};  ///< for the last time
-  };
-
-  TripForecast display(LiveTrip& trip, Instant now);
-  TripForecast display_anew(LiveTrip& trip, const KeptDisplay::Basis& basis, Instant now);
-  Announced& announced(const ScheduledTrip& trip, PatternDesk& desk, Instant now);
-  TripForecast announce_anew(const ScheduledTrip& trip, Announced& announced,
-                             const LibraryForecast& fresh, const KeptDisplay::Basis& basis);
-  void forget_announced(Instant now);
+  void show_anew(LiveTrip& trip, const KeptDisplay::Basis& basis, Instant now) const;
+  void show_anew(AnnouncedTrip& trip, const PatternDesk& desk, const LibraryForecast& fresh,
+                 const KeptDisplay::Basis& basis) const;
   DisplayHold fill(TripForecast& result, const DisplayInput& input, Instant now) const;
-  Instant expected_departure(const ScheduledTrip& schedule, Category category, Instant not_before);
+  static Instant expected_departure(const ScheduledTrip& schedule, const PatternDesk& desk,
+                                    Category category, Instant not_before);
 
   const Network& _network;
   const LearnedSettings& _settings;
@@ -112,9 +102,7 @@ class EngineShard {
   EngineOptions _options;
   ForecastLibrary _library;
   std::vector<std::unique_ptr<PatternDesk>> _desks;  ///< by pattern; null where not yet at work
-  std::unordered_map<VehicleId, LiveTrip> _live;
-  std::unordered_map<TripKey, Announced, TripKeyHash> _announced;
-  Instant _forgot{};        ///< those that were not asked for any more
+  std::unordered_map<VehicleId, std::shared_ptr<LiveTrip>> _live;
   std::uint64_t _keys = 0;  ///< of the library, given so far
   Rejections _rejected_trips;
 };

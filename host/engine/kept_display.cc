@@ -1,19 +1,27 @@
 #include "engine/kept_display.h"
 
+#include <utility>
+
 namespace qiv {
 
-const TripForecast* KeptDisplay::find(const Basis& basis, Instant now) const {
-  if (!_forecast || now < _made || now > _hold.now) return nullptr;
+bool KeptDisplay::holds(const Basis& basis, Instant now) const {
+  if (!_forecast || now < _made || now > _hold.now) return false;
   const bool is_seen_the_same =
       basis.last_seen == _basis.last_seen || basis.last_seen <= _hold.last_seen;
-  const bool is_same = basis.histories == _basis.histories && basis.departure == _basis.departure &&
-                       is_seen_the_same;
-  return is_same ? &*_forecast : nullptr;
+  return basis.histories == _basis.histories && basis.departure == _basis.departure &&
+         is_seen_the_same;
 }
 
-void KeptDisplay::keep(const TripForecast& forecast, const Basis& basis, Instant now,
+TripForecast KeptDisplay::as_of(Instant now, Instant position_time) const {
+  TripForecast forecast = *_forecast;
+  forecast.made = now;
+  forecast.position_time = position_time;
+  return forecast;
+}
+
+void KeptDisplay::keep(TripForecast forecast, const Basis& basis, Instant now,
                        const DisplayHold& hold) {
-  _forecast = forecast;
+  _forecast = std::move(forecast);
   _basis = basis;
   _made = now;
   _hold = hold;

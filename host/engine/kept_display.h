@@ -27,13 +27,20 @@ class KeptDisplay {
     friend bool operator==(const Basis&, const Basis&) = default;
   };
 
-  /// The forecast as of `now`; null when it must be made.
-  const TripForecast* find(const Basis& basis, Instant now) const;
+  /// True while making it anew at `now` would give what is kept.
+  bool holds(const Basis& basis, Instant now) const;
 
   /// Keeps what was made at `now`.
-  void keep(const TripForecast& forecast, const Basis& basis, Instant now, const DisplayHold& hold);
+  void keep(TripForecast forecast, const Basis& basis, Instant now, const DisplayHold& hold);
 
   void forget() { _forecast.reset(); }
+  bool empty() const { return !_forecast; }
+
+  /// What is kept. Precondition: not empty.
+  const TripForecast& kept() const { return *_forecast; }
+
+  /// What is kept, as made at `now` of what was seen at `position_time`. Precondition: not empty.
+  TripForecast as_of(Instant now, Instant position_time) const;
 
  private:
   std::optional<TripForecast> _forecast;

@@ -26,6 +26,7 @@ struct PassedPlace {
 struct LiveTrip {
   ScheduledTrip schedule;
   VehicleId vehicle;
+  bool left = false;  ///< the vehicle is on this trip no more
   LibraryVehicle in_library;
   PatternDesk* desk = nullptr;  ///< the pattern at work; outlives the trip
   HistoryChoice choice;

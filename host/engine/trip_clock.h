@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "history/grid.h"
@@ -18,6 +19,9 @@ class TripClock {
 
   /// Seconds, since the departure of each; linear between the places.
   double lag_s(double offset_m) const;
+
+  /// The same at a place of the grid. Precondition: it has so many.
+  double lag_at_place_s(std::size_t place) const { return _lags_s.empty() ? 0.0 : _lags_s[place]; }
 
   /// Takes the lag at each milestone from the times of a trajectory, which stay ascending.
   void subtract(const std::vector<double>& milestones_m, std::vector<int>& times_s) const;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -28,8 +30,13 @@ class TripRoster {
   const VehicleId* leader(const TripKey& trip) const;
   bool leads(const VehicleId& vehicle, const TripKey& trip) const;
 
-  /// The trips without a vehicle that are on display at `now`, by departure.
-  std::vector<ScheduledTrip> announced(Instant now);
+  /// The trip where it is announced at `now`: it has no vehicle, and none has begun it.
+  std::optional<ScheduledTrip> announced(const TripKey& trip, Instant now) const;
+
+  /// The trips whose leader, or whether they are announced, may have changed since the last call:
+  /// by events, or by time that has passed until `now`; the first call gives all. Some more than
+  /// once.
+  std::vector<TripKey> changed(Instant now);
 
  private:
   struct Rider {
@@ -42,16 +49,27 @@ class TripRoster {
     std::vector<Rider> riders;  ///< the one that leads first
     bool begun = false;         ///< has had a vehicle under way
   };
+  /// The trips of a day by departure, and which of them depart near the present time: from `first`
+  /// until before `end`.
+  struct Day {
+    std::vector<TripIndex> trips;
+    std::size_t first = 0;
+    std::size_t end = 0;
+  };
 
   void board(const TripAssigned& event);
   void leave(const TripEnded& event);
+  void note_change(const TripKey& trip);
+  void move_window(ServiceDate date, Day& day, Instant now);
   void forget_before(ServiceDate day);
 
   const Network& _network;
   Seconds _announce;
   Seconds _ghost_patience;
   std::unordered_map<TripKey, Entry, TripKeyHash> _trips;
-  std::map<ServiceDate, std::vector<TripIndex>> _trips_on;
+  std::map<ServiceDate, Day> _days;
+  bool _notes_changes = false;  ///< from the first time that they are asked for
+  std::vector<TripKey> _changed;
 };
 
 }  // namespace qiv

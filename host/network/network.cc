@@ -82,6 +82,8 @@ Network::Network(NetworkParts parts) : _parts(std::move(parts)) {
 }
 
 void Network::index_trips() {
+  _trip_by_id.reserve(_parts.trips.size());
+  for (const TripPlan& trip : _parts.trips) _trip_by_id.emplace(trip.id.text(), trip.index);
   _by_departure.resize(_parts.trips.size());
   std::iota(_by_departure.begin(), _by_departure.end(), TripIndex(0));
   const auto moment = [this](TripIndex i) {
@@ -131,9 +133,9 @@ std::vector<PatternIndex> Network::patterns_of(const RouteId& route,
 }
 
 std::span<const TripPlan> Network::trips_of(const TripId& id) const {
-  const auto first =
-      std::lower_bound(_parts.trips.begin(), _parts.trips.end(), id,
-                       [](const TripPlan& trip, const TripId& name) { return trip.id < name; });
+  const auto entry = _trip_by_id.find(id.text());
+  if (entry == _trip_by_id.end()) return {};
+  const auto first = _parts.trips.begin() + entry->second;
   const auto last =
       std::find_if(first, _parts.trips.end(), [&](const TripPlan& trip) { return trip.id != id; });
   return {first, last};

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -104,6 +105,7 @@ class Network {
   std::unordered_map<StopId, std::uint32_t> _stop_by_id;
   std::unordered_map<RouteId, std::uint32_t> _route_by_id;
   std::unordered_map<PatternRef, PatternIndex> _pattern_by_ref;
+  std::unordered_map<std::string_view, TripIndex> _trip_by_id;  ///< the first plan of the name
   std::unordered_map<RouteId, std::vector<PatternIndex>> _patterns_of_route;
   std::unordered_map<BlockId, std::vector<TripIndex>> _trips_of_block;
   std::vector<std::vector<TripIndex>> _trips_of_pattern;

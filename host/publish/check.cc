@@ -43,7 +43,22 @@ class FeedChecker {
 
   void check(const FeedMessage& message) {
     check_header(message.header());
-    for (const FeedEntity& entity : message.entity()) check_entity(entity);
+    for (const FeedEntity& entity : message.entity()) check(entity);
+  }
+
+  void check(const FeedEntity& entity) {
+    _entity = entity.id();
+    if (entity.id().empty()) {
+      report(FeedRule::entity_id, "an entity has no id");
+    } else if (!_entity_ids.insert(entity.id()).second) {
+      report(FeedRule::entity_id, "id is used twice");
+    }
+    if (entity.is_deleted()) report(FeedRule::entity_kind, "deleted in a full data set");
+    if (!entity.has_trip_update()) {
+      report(FeedRule::entity_kind, "no trip update");
+      return;
+    }
+    check_update(entity.trip_update());
   }
 
  private:
@@ -77,21 +92,6 @@ class FeedChecker {
     if (std::abs(age.count()) > _options.greatest_header_age.count()) {
       report(FeedRule::header_age, "header is " + seconds(age.count()) + " old");
     }
-  }
-
-  void check_entity(const FeedEntity& entity) {
-    _entity = entity.id();
-    if (entity.id().empty()) {
-      report(FeedRule::entity_id, "an entity has no id");
-    } else if (!_entity_ids.insert(entity.id()).second) {
-      report(FeedRule::entity_id, "id is used twice");
-    }
-    if (entity.is_deleted()) report(FeedRule::entity_kind, "deleted in a full data set");
-    if (!entity.has_trip_update()) {
-      report(FeedRule::entity_kind, "no trip update");
-      return;
-    }
-    check_update(entity.trip_update());
   }
 
   void check_update(const TripUpdate& update) {
@@ -241,6 +241,12 @@ std::vector<FeedViolation> check_feed(const FeedMessage& message, const Network&
                                       const FeedCheckOptions& options) {
   std::vector<FeedViolation> violations;
   FeedChecker(network, options, violations).check(message);
+  return violations;
+}
+
+std::vector<FeedViolation> check_entity(const FeedEntity& entity, const Network& network) {
+  std::vector<FeedViolation> violations;
+  FeedChecker(network, FeedCheckOptions(), violations).check(entity);
   return violations;
 }
 

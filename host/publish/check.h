@@ -66,6 +66,10 @@ struct FeedCheckOptions {
 std::vector<FeedViolation> check_feed(const transit_realtime::FeedMessage& message,
                                       const Network& network, const FeedCheckOptions& options = {});
 
+/// Holds one entity to the rules, whatever message it is in.
+std::vector<FeedViolation> check_entity(const transit_realtime::FeedEntity& entity,
+                                        const Network& network);
+
 /// The rule `timestamp` alone, which is the only one about a trip that the header's time has a say
 /// in: what is wrong with the timestamp of an update; nothing when it is right.
 std::optional<std::string> timestamp_fault(std::uint64_t timestamp,

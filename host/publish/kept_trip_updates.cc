@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "publish/published_trip.h"
-#include "publish/trip_entity.h"
 
 namespace qiv {
 namespace {
@@ -24,15 +23,17 @@ bool has_usual_size(std::uint64_t timestamp) {
 KeptTripUpdates::Feed KeptTripUpdates::next(std::span<const TripForecast> forecasts,
                                             std::shared_ptr<const Network> network, Instant time,
                                             const FeedCheckOptions& check) {
-  begin(std::move(network), time);
   Feed feed;
-  feed.header_violations = check_feed(_message, *_network, check);
+  feed.header_violations = begin(std::move(network), time, check);
   std::vector<const Kept*> entities;
   entities.reserve(forecasts.size());
   std::map<std::string, FeedViolation> faulty;
   std::size_t size = _header.size();
+  auto place = _kept.begin();
   for (const TripForecast& forecast : forecasts) {
-    const Kept* const kept = take(forecast, time, feed.withheld);
+    while (place != _kept.end() && place->first < forecast.trip) ++place;
+    place = _kept.try_emplace(place, forecast.trip);
+    const Kept* const kept = take(place->second, forecast, time, feed.withheld);
     if (kept == nullptr || kept->bytes.empty()) continue;
     ++feed.made;
     if (auto fault = fault_of(*kept, forecast.trip, time, check)) {
@@ -57,19 +58,21 @@ KeptTripUpdates::Feed KeptTripUpdates::next(std::span<const TripForecast> foreca
   return feed;
 }
 
-void KeptTripUpdates::begin(std::shared_ptr<const Network> network, Instant time) {
+/// What is wrong with the header.
+std::vector<FeedViolation> KeptTripUpdates::begin(std::shared_ptr<const Network> network,
+                                                  Instant time, const FeedCheckOptions& check) {
   if (network != _network) _kept.clear();
   _network = std::move(network);
   ++_feed;
-  _message.mutable_header()->Clear();
-  write_header(*_network, time, *_message.mutable_header());
-  _header = to_bytes(_message);
+  transit_realtime::FeedMessage empty;
+  write_header(*_network, time, *empty.mutable_header());
+  _header = to_bytes(empty);
+  return check_feed(empty, *_network, check);
 }
 
 /// The trip's entity, as it is in a feed of `time`; null when it is not to be published.
-const KeptTripUpdates::Kept* KeptTripUpdates::take(const TripForecast& forecast, Instant time,
-                                                   Rejections& withheld) {
-  Kept& kept = _kept[forecast.trip];
+const KeptTripUpdates::Kept* KeptTripUpdates::take(Kept& kept, const TripForecast& forecast,
+                                                   Instant time, Rejections& withheld) {
   if (kept.feed == _feed) {
     if (published_trip(forecast, *_network, withheld)) {
       withheld.add(withheld::second_forecast, [&] { return to_string(forecast.trip); });
@@ -93,7 +96,7 @@ const KeptTripUpdates::Kept* KeptTripUpdates::take(const TripForecast& forecast,
 bool KeptTripUpdates::is_current(const Kept& kept, const TripForecast& forecast, Instant time) {
   return kept.since <= time && time <= kept.until && forecast.legs.empty() &&
          kept.vehicle == forecast.vehicle && kept.state == forecast.state &&
-         (kept.stops.shares_with(forecast.stops) || kept.stops.read() == forecast.stops.read());
+         (kept.stops.shares_with(forecast.stops) || kept.news == news_of(in_order(forecast.stops)));
 }
 
 void KeptTripUpdates::restamp(Kept& kept, std::uint64_t timestamp) {
@@ -115,15 +118,16 @@ bool KeptTripUpdates::make(Kept& kept, const TripForecast& forecast, Instant tim
   kept.vehicle = forecast.vehicle;
   kept.state = forecast.state;
   kept.stops = forecast.stops;
+  kept.news = news_of(trip->stops);
   transit_realtime::FeedEntity& entity = *_message.add_entity();
   const auto until = write_entity(*trip, *_network, time, _options, entity);
   if (until) {
     kept.since = time;
     kept.until = *until;
     kept.timestamp = entity.trip_update().timestamp();
-    kept.bytes = to_bytes(_message).substr(_header.size());
-    for (FeedViolation& violation : check_feed(_message, *_network)) {
-      if (violation.entity.empty() || violation.rule == FeedRule::timestamp) continue;
+    kept.bytes = _message.SerializePartialAsString();
+    for (FeedViolation& violation : check_entity(entity, *_network)) {
+      if (violation.rule == FeedRule::timestamp) continue;
       kept.fault = std::make_unique<FeedViolation>(std::move(violation));
       break;
     }

@@ -118,6 +118,16 @@ class StopTimeWriter {
 
 }  // namespace
 
+std::vector<StopNews> news_of(const std::vector<StopForecast>& stops) {
+  std::vector<StopNews> news;
+  news.reserve(stops.size());
+  for (const StopForecast& stop : stops) {
+    news.push_back({stop.stop, stop.stop_sequence, stop.observed, stop.skipped, stop.arrival.time,
+                    stop.departure, uncertainty(stop)});
+  }
+  return news;
+}
+
 std::optional<Instant> write_entity(const PublishedTrip& trip, const Network& network, Instant time,
                                     const TripUpdateOptions& options, FeedEntity& entity) {
   TripUpdate& update = *entity.mutable_trip_update();

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <set>
+#include <string_view>
+#include <unordered_set>
 
 #include "publish/published_trip.h"
 
@@ -13,15 +14,14 @@ std::uint64_t to_timestamp(Instant instant) {
   return static_cast<std::uint64_t>(std::max(0LL, unix_seconds(instant)));
 }
 
-void write_followed_trip(const PublishedVehicle& vehicle, const ScheduledTrip& schedule,
+void write_followed_trip(const PublishedVehicle& vehicle, const TripPlan& plan,
                          const Network& network, transit_realtime::VehiclePosition& position) {
-  const JourneyPattern& pattern = network.pattern(schedule.pattern());
+  const TripKey& key = *vehicle.trip;
+  const JourneyPattern& pattern = network.pattern(plan.pattern);
   transit_realtime::TripDescriptor& trip = *position.mutable_trip();
-  trip.set_trip_id(schedule.key.trip.text());
-  trip.set_start_date(schedule.key.day.to_string());
-  if (is_repetition(schedule.key, network)) {
-    trip.set_start_time(format_time_of_day(schedule.key.start));
-  }
+  trip.set_trip_id(key.trip.text());
+  trip.set_start_date(key.day.to_string());
+  if (is_repetition(key, network)) trip.set_start_time(format_time_of_day(key.start));
   if (!pattern.route.empty()) trip.set_route_id(pattern.route.text());
   if (pattern.direction && *pattern.direction >= 0) {
     trip.set_direction_id(static_cast<std::uint32_t>(*pattern.direction));
@@ -32,16 +32,17 @@ void write_followed_trip(const PublishedVehicle& vehicle, const ScheduledTrip& s
                    [&](const PatternStop& stop) { return stop.offset_m >= *vehicle.offset_m; });
   if (next == pattern.stops.end()) return;
   const auto i = static_cast<std::size_t>(next - pattern.stops.begin());
-  position.set_current_stop_sequence(schedule.plan->call(i).sequence);
+  position.set_current_stop_sequence(plan.call(i).sequence);
   position.set_stop_id(network.stops()[next->stop].id.text());
   position.set_current_status(transit_realtime::VehiclePosition::IN_TRANSIT_TO);
 }
 
 void write_vehicle(const PublishedVehicle& vehicle, const Network& network, Instant time,
                    transit_realtime::VehiclePosition& position) {
-  const auto schedule = vehicle.trip ? network.schedule(*vehicle.trip) : std::nullopt;
-  if (schedule) {
-    write_followed_trip(vehicle, *schedule, network, position);
+  const TripPlan* const plan =
+      vehicle.trip ? network.find_trip(vehicle.trip->trip, vehicle.trip->start) : nullptr;
+  if (plan != nullptr) {
+    write_followed_trip(vehicle, *plan, network, position);
   } else {
     if (!vehicle.reported_trip.empty()) {
       position.mutable_trip()->set_trip_id(vehicle.reported_trip.text());
@@ -69,9 +70,9 @@ transit_realtime::FeedMessage vehicle_positions(std::span<const PublishedVehicle
   message.mutable_header()->set_incrementality(transit_realtime::FeedHeader::FULL_DATASET);
   message.mutable_header()->set_timestamp(to_timestamp(time));
   if (!network.version().empty()) message.mutable_header()->set_feed_version(network.version());
-  std::set<VehicleId> seen;
+  std::unordered_set<std::string_view> seen;
   for (const PublishedVehicle& vehicle : vehicles) {
-    if (!seen.insert(vehicle.vehicle).second) continue;
+    if (!seen.insert(vehicle.vehicle.text()).second) continue;
     transit_realtime::FeedEntity& entity = *message.add_entity();
     entity.set_id(vehicle.vehicle.text());
     write_vehicle(vehicle, network, time, *entity.mutable_vehicle());

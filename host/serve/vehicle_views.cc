@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <tuple>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "model/trip_key_hash.h"
 
@@ -12,8 +12,8 @@ namespace {
 std::optional<Seconds> lateness_of(const TripForecast& shown, const TripPlan& plan,
                                    const Network& network) {
   if (shown.stops.size() != plan.size()) return std::nullopt;
-  const auto next = std::find_if(shown.stops.begin(), shown.stops.end(),
-                                 [](const StopForecast& stop) { return !stop.observed; });
+  const auto next = std::partition_point(shown.stops.begin(), shown.stops.end(),
+                                         [](const StopForecast& stop) { return stop.observed; });
   if (next == shown.stops.end()) return std::nullopt;
   const Instant scheduled = network.clock().zero(shown.trip.day) +
                             plan.call(static_cast<std::size_t>(next - shown.stops.begin())).arrival;
@@ -46,22 +46,39 @@ VehicleView view_of(const Tracker::VehicleReport& report, const VehiclePosition*
   return view;
 }
 
+/// Forecasts to be found by their trips.
+struct TripHash : TripKeyHash {
+  using is_transparent = void;
+  using TripKeyHash::operator();
+  std::size_t operator()(const TripForecast* forecast) const { return (*this)(forecast->trip); }
+};
+
+struct TripEqual {
+  using is_transparent = void;
+  static const TripKey& key(const TripKey& trip) { return trip; }
+  static const TripKey& key(const TripForecast* forecast) { return forecast->trip; }
+  bool operator()(const auto& a, const auto& b) const { return key(a) == key(b); }
+};
+
+using ByTrip = std::unordered_set<const TripForecast*, TripHash, TripEqual>;
+
 }  // namespace
 
 std::vector<VehicleView> vehicle_views(const std::vector<Tracker::VehicleReport>& said,
                                        const SeenReport& seen,
                                        const std::vector<TripForecast>& shown,
                                        const Network& network) {
-  std::unordered_map<TripKey, const TripForecast*, TripKeyHash> with_vehicle;
+  ByTrip with_vehicle;
+  with_vehicle.reserve(said.size());
   for (const TripForecast& forecast : shown) {
-    if (!forecast.vehicle.empty()) with_vehicle.emplace(forecast.trip, &forecast);
+    if (!forecast.vehicle.empty()) with_vehicle.insert(&forecast);
   }
   std::vector<VehicleView> views;
   views.reserve(said.size());
   for (const Tracker::VehicleReport& report : said) {
     const auto forecast = report.trip ? with_vehicle.find(*report.trip) : with_vehicle.end();
     views.push_back(view_of(report, seen(report.vehicle),
-                            forecast == with_vehicle.end() ? nullptr : forecast->second, network));
+                            forecast == with_vehicle.end() ? nullptr : *forecast, network));
   }
   return views;
 }

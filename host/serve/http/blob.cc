@@ -1,11 +1,12 @@
 #include "serve/http/blob.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <array>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -33,38 +34,24 @@ bool is_packed(std::string_view content_type) {
   return false;
 }
 
-/// Empty when it fails.
+struct FreeCompressor {
+  void operator()(libdeflate_compressor* compressor) const {
+    libdeflate_free_compressor(compressor);
+  }
+};
+
+/// Empty when it does not become smaller.
 std::string compress(const std::string& bytes) {
-  constexpr int gzip_window = MAX_WBITS + 16;
-  constexpr int memory_level = 8;
   // The fastest level: live answers are compressed anew with every cycle.
-  z_stream stream{};
-  if (deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, gzip_window, memory_level,
-                   Z_DEFAULT_STRATEGY) != Z_OK) {
-    return {};
-  }
-  std::string out(deflateBound(&stream, bytes.size()), '\0');
-  std::size_t read = 0;
-  std::size_t written = 0;
-  int state = Z_OK;
-  while (state == Z_OK) {
-    // zlib counts in 32 bits.
-    constexpr std::size_t step = 1U << 30U;
-    const std::size_t in_now = std::min(step, bytes.size() - read);
-    const std::size_t out_now = std::min(step, out.size() - written);
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data() + read));
-    stream.avail_in = static_cast<uInt>(in_now);
-    stream.next_out = reinterpret_cast<Bytef*>(out.data() + written);
-    stream.avail_out = static_cast<uInt>(out_now);
-    state = deflate(&stream, read + in_now == bytes.size() ? Z_FINISH : Z_NO_FLUSH);
-    read += in_now - stream.avail_in;
-    written += out_now - stream.avail_out;
-  }
-  deflateEnd(&stream);
-  if (state != Z_STREAM_END) return {};
-  out.resize(written);
-  out.shrink_to_fit();
-  return out;
+  constexpr int level = 1;
+  const std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor(
+      libdeflate_alloc_compressor(level));
+  if (compressor == nullptr) return {};
+  const std::size_t most = bytes.size() - 1;
+  const auto out = std::make_unique_for_overwrite<char[]>(most);
+  const std::size_t size =
+      libdeflate_gzip_compress(compressor.get(), bytes.data(), bytes.size(), out.get(), most);
+  return {out.get(), size};
 }
 
 }  // namespace
@@ -77,10 +64,7 @@ Blob::Blob(std::string bytes, std::string content_type, std::optional<Instant> m
 
 const std::string* Blob::gzip() const {
   if (_bytes.size() < smallest_compressed || is_packed(_content_type)) return nullptr;
-  std::call_once(_compressed, [this] {
-    std::string gzip = compress(_bytes);
-    if (gzip.size() < _bytes.size()) _gzip = std::move(gzip);
-  });
+  std::call_once(_compressed, [this] { _gzip = compress(_bytes); });
   return _gzip.empty() ? nullptr : &_gzip;
 }
 

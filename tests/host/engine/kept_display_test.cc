@@ -19,23 +19,34 @@ Instant second(long long s) {
   return from_unix_seconds(s);
 }
 
-TEST(KeptDisplay, IsFoundWhileItHolds) {
+TEST(KeptDisplay, HoldsUntilSomethingChanges) {
   KeptDisplay kept;
   const KeptDisplay::Basis basis{3, second(50), second(90)};
-  EXPECT_EQ(kept.find(basis, second(100)), nullptr);
+  EXPECT_TRUE(kept.empty());
+  EXPECT_FALSE(kept.holds(basis, second(100)));
+  kept.keep({}, basis, second(100), {second(120), second(95)});
+  EXPECT_TRUE(kept.holds(basis, second(120)));
+  EXPECT_FALSE(kept.holds(basis, second(121))) << "time has passed";
+  EXPECT_FALSE(kept.holds(basis, second(99))) << "time goes back";
+  EXPECT_TRUE(kept.holds({3, second(50), second(95)}, second(110)));
+  EXPECT_FALSE(kept.holds({3, second(50), second(96)}, second(110))) << "overdue";
+  EXPECT_FALSE(kept.holds({4, second(50), second(90)}, second(110)));
+  EXPECT_FALSE(kept.holds({3, second(51), second(90)}, second(110)));
+  kept.forget();
+  EXPECT_TRUE(kept.empty());
+  EXPECT_FALSE(kept.holds(basis, second(110)));
+}
+
+TEST(KeptDisplay, IsShownAsMadeNow) {
+  KeptDisplay kept;
   TripForecast forecast;
   forecast.vehicle = VehicleId("v");
-  kept.keep(forecast, basis, second(100), {second(120), second(95)});
-  ASSERT_NE(kept.find(basis, second(120)), nullptr);
-  EXPECT_EQ(kept.find(basis, second(120))->vehicle, VehicleId("v"));
-  EXPECT_EQ(kept.find(basis, second(121)), nullptr) << "time has passed";
-  EXPECT_EQ(kept.find(basis, second(99)), nullptr) << "time goes back";
-  EXPECT_NE(kept.find({3, second(50), second(95)}, second(110)), nullptr);
-  EXPECT_EQ(kept.find({3, second(50), second(96)}, second(110)), nullptr) << "overdue";
-  EXPECT_EQ(kept.find({4, second(50), second(90)}, second(110)), nullptr);
-  EXPECT_EQ(kept.find({3, second(51), second(90)}, second(110)), nullptr);
-  kept.forget();
-  EXPECT_EQ(kept.find(basis, second(110)), nullptr);
+  kept.keep(forecast, {}, second(100), {second(120), second(95)});
+  EXPECT_EQ(kept.kept().vehicle, VehicleId("v"));
+  const TripForecast shown = kept.as_of(second(110), second(108));
+  EXPECT_EQ(shown.vehicle, VehicleId("v"));
+  EXPECT_EQ(shown.made, second(110));
+  EXPECT_EQ(shown.position_time, second(108));
 }
 
 TEST(KeptDisplay, ABoundHoldsAsLongAsItSays) {
@@ -80,14 +91,15 @@ std::string text(const TripForecast& shown) {
 }
 
 /// Vehicles that wait, run at their own pace, stand for a while, say the same twice, and arrive; on
-/// both trips of the line, one after the other.
-std::vector<VehiclePosition> traffic(unsigned seed) {
+/// both trips of the line, one after the other, the first of them from `first_start` on.
+std::vector<VehiclePosition> traffic(unsigned seed, const char* first_start) {
   std::mt19937 random(seed);
   const auto draw = [&](int least, int most) {
     return std::uniform_int_distribution<int>(least, most)(random);
   };
   std::vector<VehiclePosition> positions;
-  for (const auto& [trip, start] : {std::pair("out", "07:58:00"), std::pair("later", "08:58:00")}) {
+  for (const auto& [trip, start] :
+       {std::pair("out", first_start), std::pair("later", "09:06:00")}) {
     double offset_m = 0.0;
     VehiclePosition last = fix("v", trip, start, 0.0);
     for (int s = 0; s < 1500; s += draw(5, 15)) {
@@ -110,13 +122,23 @@ class KeptDisplayTest : public ::testing::Test {
                          [](PatternIndex, const Grid&) { return std::vector<Trajectory>(); });
   }
 
-  const Network network = testing::straight_network();
+  /// One vehicle is to run both trips.
+  static Timetable timetable() {
+    Timetable timetable = testing::straight_timetable();
+    for (Trip& trip : timetable.trips) {
+      if (trip.id != TripId("loop1")) trip.block = BlockId("b");
+    }
+    return timetable;
+  }
+
+  const Network network = build_network(timetable());
   const LearnedSettings settings;
 };
 
 TEST_F(KeptDisplayTest, WhatIsKeptIsWhatWouldBeMade) {
-  for (const unsigned seed : {1U, 2U, 3U}) {
-    const std::vector<VehiclePosition> positions = traffic(seed);
+  for (const auto& [seed, start] :
+       {std::pair(1U, "07:58:00"), std::pair(2U, "07:58:00"), std::pair(3U, "08:40:00")}) {
+    const std::vector<VehiclePosition> positions = traffic(seed, start);
     TrackedEngine watched = engine();
     auto position = positions.begin();
     for (Instant now = at("07:30:00"); now < at("09:40:00"); ++now) {

@@ -35,6 +35,14 @@ TEST_F(TripClockTest, LagsByTheDifferenceOfTheTimetables) {
       << "an hour later is no lag";
 }
 
+TEST_F(TripClockTest, AtAPlaceItLagsAsAtItsOffset) {
+  const TripClock clock(grid, trip("slow"), trip("out"));
+  for (std::size_t place = 0; place < grid.places_m.size(); ++place) {
+    EXPECT_EQ(clock.lag_at_place_s(place), clock.lag_s(grid.places_m[place]));
+    EXPECT_EQ(TripClock().lag_at_place_s(place), 0.0);
+  }
+}
+
 TEST_F(TripClockTest, SubtractedTimesStayAscending) {
   const TripClock clock(grid, trip("slow"), trip("out"));
   std::vector<int> times_s = {0, 250, 260, 270};

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string>
+
 #include "host/support/straight_line.h"
 
 namespace qiv {
@@ -25,15 +28,22 @@ class TripRosterTest : public ::testing::Test {
     const VehicleId* const vehicle = roster.leader(out);
     return vehicle == nullptr ? "nobody" : vehicle->text();
   }
-  std::vector<std::string> announced(Instant now) {
-    std::vector<std::string> names;
-    for (const ScheduledTrip& trip : roster.announced(now)) names.push_back(to_string(trip.key));
-    return names;
+  /// The announced trips, followed by what is said to have changed.
+  std::set<std::string> announced(Instant now) {
+    for (const TripKey& trip : roster.changed(now)) {
+      if (roster.announced(trip, now)) {
+        followed.insert(to_string(trip));
+      } else {
+        followed.erase(to_string(trip));
+      }
+    }
+    return followed;
   }
 
   Network network = testing::straight_network();
   TripRoster roster{network, Seconds(3600), Seconds(600)};
   TripKey out{TripId("out"), monday, Seconds(0)};
+  std::set<std::string> followed;
 };
 
 TEST_F(TripRosterTest, TheFirstAssignedLeadsTiesByName) {
@@ -81,6 +91,17 @@ TEST_F(TripRosterTest, TripsWithoutAVehicleAreAnnouncedUntilOneHasBegunThem) {
   roster.apply(progress);
   end("v", TripEnded::Reason::silent);
   EXPECT_THAT(announced(at("08:05:00")), ElementsAre("later@20250303")) << "begun and lost";
+}
+
+TEST_F(TripRosterTest, TimeAnnouncesTripsAndTakesThemOff) {
+  EXPECT_THAT(announced(at("06:59:59")), ElementsAre());
+  EXPECT_THAT(announced(at("07:00:00")), ElementsAre("out@20250303"));
+  EXPECT_THAT(roster.changed(at("07:00:01")), ElementsAre()) << "nothing has changed";
+  EXPECT_THAT(announced(at("08:05:00")), ElementsAre("later@20250303", "out@20250303"));
+  EXPECT_THAT(announced(at("08:10:00")), ElementsAre("later@20250303", "out@20250303"));
+  EXPECT_THAT(announced(at("08:10:01")), ElementsAre("later@20250303"));
+  EXPECT_THAT(announced(at("07:00:00")), ElementsAre("out@20250303")) << "a clock set back";
+  EXPECT_THAT(announced(at("07:00:00") + std::chrono::days(30)), ElementsAre("out@20250402"));
 }
 
 TEST_F(TripRosterTest, WhatIsLongOverIsForgotten) {

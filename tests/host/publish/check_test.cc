@@ -61,6 +61,15 @@ TEST_F(CheckTest, GoodMessagePasses) {
   EXPECT_THAT(check(), IsEmpty());
 }
 
+TEST_F(CheckTest, AnEntityAloneIsHeldToItsOwnRules) {
+  message.clear_header();
+  EXPECT_THAT(check_entity(message.entity(0), network), IsEmpty());
+  update().set_timestamp(0);
+  stop(1).set_stop_id("nowhere");
+  EXPECT_THAT(check_entity(message.entity(0), network),
+              ElementsAre(violation(FeedRule::timestamp, T1), violation(FeedRule::stop_known, T1)));
+}
+
 TEST_F(CheckTest, Version) {
   message.mutable_header()->set_gtfs_realtime_version("2");
   EXPECT_THAT(check(), ElementsAre(violation(FeedRule::version, "")));

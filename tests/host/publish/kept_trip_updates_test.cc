@@ -125,7 +125,7 @@ TEST_F(KeptTripUpdatesTest, AnotherTimetableMakesAllAnew) {
 
 /// What may happen to a forecast from one feed to the next.
 void change(TripForecast& forecast) {
-  switch (*rc::gen::inRange(0, 12)) {
+  switch (*rc::gen::inRange(0, 14)) {
     case 0:
       forecast.vehicle = VehicleId(*rc::gen::element<std::string>("", "V", "a longer name"));
       break;
@@ -144,6 +144,14 @@ void change(TripForecast& forecast) {
       break;
     case 5:
       forecast.state = *rc::gen::element(TripState::under_way, TripState::canceled);
+      break;
+    case 6:
+    case 7:
+      // By a second or two, as the clock does: the entity may say the same.
+      for (StopForecast& stop : forecast.stops.edit()) {
+        stop.arrival.lower_90 += Seconds(1);
+        stop.arrival.lower_68 += Seconds(*rc::gen::inRange(0, 3));
+      }
       break;
     default:
       if (forecast.stops.empty()) break;

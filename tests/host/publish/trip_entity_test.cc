@@ -50,6 +50,22 @@ TEST_F(TripEntityTest, ThereMayBeNothingToSay) {
   EXPECT_EQ(write(at("08:07:00"), {Seconds(60)}), std::nullopt);
 }
 
+TEST_F(TripEntityTest, WithoutNewsItSaysTheSame) {
+  write(at("08:05:00"));
+  const std::string before = entity.SerializeAsString();
+  const std::vector<StopNews> news = news_of(forecast.stops);
+  StopForecast& next = forecast.stops.edit()[2];
+  next.arrival.lower_90 -= Seconds(60);
+  next.spread_s += 1.0;
+  EXPECT_EQ(news_of(forecast.stops), news);
+  write(at("08:05:00"));
+  EXPECT_EQ(entity.SerializeAsString(), before);
+  next.arrival.upper_68 += Seconds(2);
+  EXPECT_NE(news_of(forecast.stops), news);
+  write(at("08:05:00"));
+  EXPECT_NE(entity.SerializeAsString(), before);
+}
+
 TEST_F(TripEntityTest, TheTimestampIsNeverLaterThanTheMessage) {
   const auto unix_s = [](Instant time) { return static_cast<std::uint64_t>(unix_seconds(time)); };
   EXPECT_EQ(entity_timestamp(forecast, at("08:05:00")), unix_s(forecast.position_time));
