@@ -138,7 +138,7 @@ class Engines {
       PartitionEngine& engine = *_engines[std::hash<std::string>()(message.key) % _engines.size()];
       engine.take(std::get<VehiclePosition>(std::move(decoded)), _output);
       for (PartitionOutput& one : _output) {
-        forecasts += std::holds_alternative<VehicleForecast>(one) ? 1 : 0;
+        if (std::holds_alternative<VehicleForecast>(one)) ++forecasts;
         _bytes += encode_output(one, agency, _network).message.key.size();
       }
     }

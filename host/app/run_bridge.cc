@@ -12,6 +12,7 @@
 #include "app/make_source.h"
 #include "app/serve_config.h"
 #include "app/stream_bridge.h"
+#include "app/stream_histories.h"
 #include "app/stream_worker.h"
 #include "worker/kafka/wait_for_brokers.h"
 #include "worker/position_writer.h"
@@ -95,14 +96,14 @@ void write_day(const std::vector<VehiclePosition>& positions, double speed, Posi
   producer.flush();
 }
 
-/// The histories of a recorded day are the trips of the days before it.
-void write_histories_until(City& city, const StreamConfig& stream, kafka::Producer& producer,
-                           const std::string& day) {
+/// The histories of a recorded day are the trips that had ended when its first position came.
+void write_histories_before(City& city, const StreamConfig& stream, kafka::Producer& producer,
+                            const std::string& day, Instant until) {
   const std::vector<ServiceDate> recorded = city.recorded_days();
   if (recorded.empty()) throw CommandError(ExitCode::no_data, "no day is recorded: qiv record");
   const ServiceDate last =
       day.empty() ? recorded.back() : parse_day(day, "--day") - std::chrono::days(1);
-  const std::uint64_t trips = write_histories(city, stream, producer, last);
+  const std::uint64_t trips = write_histories(city, stream, producer, last, until);
   std::cout << "written: " << trips << " finished trips" << std::endl;
 }
 
@@ -126,7 +127,10 @@ void run_bridge(const BridgeArguments& arguments) {
   kafka::Producer producer(stream.properties);
   const std::string done = write_reference(city, stream, producer, wall_clock());
   if (!done.empty()) std::cout << "written: " << done << std::endl;
-  if (arguments.histories) write_histories_until(city, stream, producer, arguments.day);
+  if (arguments.histories) {
+    const Instant until = positions.empty() ? wall_clock() : positions.front().received;
+    write_histories_before(city, stream, producer, arguments.day, until);
+  }
   PositionWriter writer(producer, Topics(stream.topics).positions, AgencyId(stream.agency),
                         stream.watermark);
   if (!arguments.day.empty()) {

@@ -6,7 +6,6 @@
 #include "feed/file_bundle.h"
 #include "history/settings_json.h"
 #include "simulate/gtfs_files.h"
-#include "worker/finished_codec.h"
 #include "worker/kafka/log_reader.h"
 #include "worker/reference_codec.h"
 
@@ -87,23 +86,6 @@ std::string write_reference(City& city, const StreamConfig& config, kafka::Produ
   }
   producer.flush();
   return done;
-}
-
-std::uint64_t write_histories(City& city, const StreamConfig& config, kafka::Producer& producer,
-                              ServiceDate last) {
-  const std::string topic = Topics(config.topics).finished;
-  std::uint64_t count = 0;
-  city.follow(last, [](double, ServiceDate) {});
-  city.archive().read_runs(
-      {std::nullopt, std::nullopt, std::nullopt, last}, [&](ArchivedRun&& archived) {
-        if (archived.run.progress.empty()) return;
-        const Instant finished = archived.run.progress.back().received;
-        const FinishedTrip trip{AgencyId(config.agency), std::move(archived.run), finished};
-        producer.send(topic, finished_group(key_of(trip)), encode_finished(trip));
-        ++count;
-      });
-  producer.flush();
-  return count;
 }
 
 }  // namespace qiv

@@ -18,9 +18,4 @@ std::vector<kafka::TopicPlan> topic_plans(const StreamConfig& config);
 std::string write_reference(City& city, const StreamConfig& config, kafka::Producer& producer,
                             Instant now);
 
-/// Writes the trips of the recorded days up to `last`, which are followed first where they are not
-/// yet; those that the stream has already change nothing there. Returns how many.
-std::uint64_t write_histories(City& city, const StreamConfig& config, kafka::Producer& producer,
-                              ServiceDate last);
-
 }  // namespace qiv

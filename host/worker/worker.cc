@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "worker/kafka/error.h"
+#include "worker/output_message.h"
 #include "worker/position_codec.h"
 
 namespace qiv {
@@ -64,8 +65,7 @@ WorkerCounts Worker::counts() const {
 
 void Worker::run(std::stop_token stop) {
   if (!wait_for_basis(stop)) return;
-  _producer =
-      std::make_unique<kafka::Producer>(with_usual(_options.properties), _options.transactional_id);
+  open_producer();
   _consumer = std::make_unique<kafka::GroupConsumer>(
       _options.properties, _options.group, _options.topics.positions,
       kafka::GroupConsumer::Callbacks{
@@ -86,13 +86,25 @@ void Worker::run(std::stop_token stop) {
   _producer.reset();
 }
 
+/// Takes over a transaction that an earlier one of its name has left open.
+void Worker::open_producer() {
+  _producer.reset();
+  _producer =
+      std::make_unique<kafka::Producer>(with_usual(_options.properties), _options.transactional_id);
+}
+
 /// Handles what comes until a transaction is due, or a second has passed without one.
 void Worker::work() {
   const auto idle_until = Steady::now() + std::chrono::seconds(1);
   while (!_must_take_up_again && Steady::now() < (_open ? _commit_at : idle_until) &&
          (!_open || _in_transaction < _options.most_in_transaction)) {
     const auto message = _consumer->poll(milliseconds(20));
-    if (message && !_must_take_up_again) handle(*message);
+    if (!message || _must_take_up_again) continue;
+    try {
+      handle(*message);
+    } catch (const kafka::Error& error) {
+      get_over(error);
+    }
   }
 }
 
@@ -345,37 +357,23 @@ void Worker::forecast(Partition& state, const StreamMessage& message) {
   }
 }
 
+/// Writes what is in `_output`, each with the place of the position behind it.
 void Worker::publish(const kafka::Received& origin, const Network& network) {
   const std::string place = std::to_string(origin.partition) + ":" + std::to_string(origin.offset);
   for (PartitionOutput& output : _output) {
-    if (auto* const forecast = std::get_if<VehicleForecast>(&output)) {
-      forecast->agency = _options.agency;
-      StreamMessage message = encode_forecast(*forecast, network);
-      message.headers[header::origin] = place;
-      const TripForecast& shown = forecast->forecast;
-      _producer->send(_options.topics.forecasts,
-                      forecast_group({_options.agency, shown.trip, shown.vehicle}), message);
-      ++_counts.forecasts;
-    } else if (auto* const left = std::get_if<LeftTrip>(&output)) {
-      left->trip.agency = _options.agency;
-      StreamMessage message = encode_left(*left);
-      message.headers[header::origin] = place;
-      _producer->send(_options.topics.forecasts, forecast_group(left->trip), message);
-      ++_counts.trips_left;
-    } else if (auto* const vehicle = std::get_if<VehicleState>(&output)) {
-      vehicle->agency = _options.agency;
-      StreamMessage message = encode_vehicle(*vehicle);
-      message.headers[header::origin] = place;
-      _producer->send(_options.topics.forecasts, message.key, message);
-    } else {
-      auto& finished = std::get<FinishedTrip>(output);
-      finished.agency = _options.agency;
-      _producer->send(_options.topics.finished, finished_group(key_of(finished)),
-                      encode_finished(finished));
-      ++_counts.trips_finished;
-    }
+    OutputMessage encoded = encode_output(output, _options.agency, network);
+    if (!encoded.is_finished_trip) encoded.message.headers[header::origin] = place;
+    _producer->send(encoded.is_finished_trip ? _options.topics.finished : _options.topics.forecasts,
+                    encoded.group, encoded.message);
+    count(output);
   }
   _output.clear();
+}
+
+void Worker::count(const PartitionOutput& output) {
+  if (std::holds_alternative<VehicleForecast>(output)) ++_counts.forecasts;
+  if (std::holds_alternative<LeftTrip>(output)) ++_counts.trips_left;
+  if (std::holds_alternative<FinishedTrip>(output)) ++_counts.trips_finished;
 }
 
 void Worker::set_aside(const kafka::Received& message, const std::string& reason) {
@@ -402,15 +400,36 @@ void Worker::commit() {
     ++_counts.transactions;
     _open = false;
   } catch (const kafka::Error& error) {
-    if (!error.needs_abort()) throw;
-    _options.report(std::string("a transaction is given up: ") + error.what());
-    give_transaction_up();
+    get_over(error);
   }
+}
+
+/// Gives a transaction up that the brokers will not have. Throws the error where this does not
+/// help.
+void Worker::get_over(const kafka::Error& error) {
+  if (!error.needs_abort() && !has_outlived_transaction()) throw error;
+  _options.report(std::string("a transaction is given up: ") + error.what());
+  give_transaction_up();
+}
+
+/// Whether the brokers have given the open transaction up by themselves, so that they take this
+/// producer for one that was replaced. Another one that has its name shuts it out sooner.
+bool Worker::has_outlived_transaction() const {
+  if (!_open) return false;
+  const auto began = _commit_at - _options.transaction;
+  const std::string timeout_ms = with_usual(_options.properties).at("transaction.timeout.ms");
+  return Steady::now() - began >= milliseconds(std::stoll(timeout_ms));
 }
 
 void Worker::give_transaction_up() {
   if (!_open) return;
-  _producer->abort();
+  try {
+    _producer->abort();
+  } catch (const kafka::Error&) {
+    if (!has_outlived_transaction()) throw;
+    open_producer();
+  }
+  _output.clear();
   ++_counts.aborted;
   _open = false;
   _must_take_up_again = true;

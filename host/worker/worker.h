@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "worker/basis.h"
+#include "worker/kafka/error.h"
 #include "worker/kafka/group_consumer.h"
 #include "worker/kafka/log_reader.h"
 #include "worker/kafka/producer.h"
@@ -99,6 +100,7 @@ class Worker {
     std::map<VehicleId, TripKey> before;
   };
 
+  void open_producer();
   void work();
   bool wait_for_basis(const std::stop_token& stop);
   void follow();
@@ -119,8 +121,11 @@ class Worker {
   void leave_what_is_gone(Partition& state, const kafka::Received& message);
   void forecast(Partition& state, const StreamMessage& message);
   void publish(const kafka::Received& origin, const Network& network);
+  void count(const PartitionOutput& output);
   void set_aside(const kafka::Received& message, const std::string& reason);
   void commit();
+  void get_over(const kafka::Error& error);
+  bool has_outlived_transaction() const;
   void give_transaction_up();
   void take_up_again();
   void tell_counts();

@@ -10,8 +10,9 @@ std::string describe(const std::string& tried, rd_kafka_resp_err_t code, const s
 
 }  // namespace
 
-Error::Error(const std::string& tried, rd_kafka_resp_err_t code, const std::string& text)
-    : std::runtime_error(describe(tried, code, text)), _code(code) {}
+Error::Error(const std::string& tried, rd_kafka_resp_err_t code, const std::string& text,
+             bool needs_abort)
+    : std::runtime_error(describe(tried, code, text)), _code(code), _needs_abort(needs_abort) {}
 
 Error::Error(const std::string& tried, rd_kafka_error_t* error)
     : Error(tried, rd_kafka_error_code(error), rd_kafka_error_string(error)) {

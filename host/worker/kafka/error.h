@@ -11,7 +11,8 @@ namespace qiv::kafka {
 /// as "_TRANSPORT".
 class Error : public std::runtime_error {
  public:
-  Error(const std::string& tried, rd_kafka_resp_err_t code, const std::string& text = "");
+  Error(const std::string& tried, rd_kafka_resp_err_t code, const std::string& text = "",
+        bool needs_abort = false);
   /// Takes `error` over.
   Error(const std::string& tried, rd_kafka_error_t* error);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "worker/kafka/error.h"
@@ -10,6 +11,7 @@ namespace qiv::kafka {
 namespace {
 
 constexpr int patience_ms = 60'000;
+constexpr std::chrono::milliseconds pause{100};
 
 /// Not "cooperative-sticky": with it the client before its version 2.3 can end the process when a
 /// member leaves before its first assignment.
@@ -40,6 +42,44 @@ std::vector<std::int32_t> numbers_of(const rd_kafka_topic_partition_list_t& list
   std::vector<std::int32_t> numbers;
   for (int i = 0; i < list.cnt; ++i) numbers.push_back(list.elems[i].partition);
   return numbers;
+}
+
+/// What passes by itself when a broker comes back or another one takes its place.
+bool passes(rd_kafka_resp_err_t error) {
+  switch (error) {
+    case RD_KAFKA_RESP_ERR__TRANSPORT:
+    case RD_KAFKA_RESP_ERR__TIMED_OUT:
+    case RD_KAFKA_RESP_ERR__WAIT_COORD:
+    case RD_KAFKA_RESP_ERR_REQUEST_TIMED_OUT:
+    case RD_KAFKA_RESP_ERR_LEADER_NOT_AVAILABLE:
+    case RD_KAFKA_RESP_ERR_NOT_LEADER_FOR_PARTITION:
+    case RD_KAFKA_RESP_ERR_COORDINATOR_LOAD_IN_PROGRESS:
+    case RD_KAFKA_RESP_ERR_COORDINATOR_NOT_AVAILABLE:
+    case RD_KAFKA_RESP_ERR_NOT_COORDINATOR:
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// Asks the brokers until there is an answer, or an error lasts.
+template <class Ask>
+void insist(const std::string& tried, const Ask& ask) {
+  const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(patience_ms);
+  rd_kafka_resp_err_t error = ask();
+  while (passes(error) && std::chrono::steady_clock::now() < until) {
+    std::this_thread::sleep_for(pause);
+    error = ask();
+  }
+  check(tried, error);
+}
+
+/// What went wrong with a list's entries, or with any of them.
+rd_kafka_resp_err_t error_of(rd_kafka_resp_err_t error, const PartitionList& list) {
+  for (int i = 0; i < list->cnt && error == RD_KAFKA_RESP_ERR_NO_ERROR; ++i) {
+    error = list->elems[i].err;
+  }
+  return error;
 }
 
 bool is_cooperative(rd_kafka_t* client) {
@@ -120,11 +160,12 @@ std::optional<Received> GroupConsumer::poll(std::chrono::milliseconds timeout) {
 
 Commits GroupConsumer::committed(const std::vector<std::int32_t>& partitions) {
   const PartitionList list = make_list(_topic, partitions);
-  check("offsets of the group", rd_kafka_committed(_client.get(), list.get(), patience_ms));
+  insist("offsets of the group", [&] {
+    return error_of(rd_kafka_committed(_client.get(), list.get(), patience_ms), list);
+  });
   Commits commits;
   for (int i = 0; i < list->cnt; ++i) {
     const rd_kafka_topic_partition_t& entry = list->elems[i];
-    check("offset of the group", entry.err);
     if (entry.offset < 0) continue;
     std::string note;
     if (entry.metadata != nullptr) {
@@ -137,18 +178,20 @@ Commits GroupConsumer::committed(const std::vector<std::int32_t>& partitions) {
 
 std::optional<std::int64_t> GroupConsumer::offset_at(std::int32_t partition, Instant time) {
   const PartitionList list = make_list(_topic, {partition});
-  list->elems[0].offset = unix_seconds(time) * 1000;
-  check("offset of a time", rd_kafka_offsets_for_times(_client.get(), list.get(), patience_ms));
-  const rd_kafka_topic_partition_t& entry = list->elems[0];
-  check("offset of a time", entry.err);
+  rd_kafka_topic_partition_t& entry = list->elems[0];
+  insist("offset of a time", [&] {
+    entry.offset = unix_seconds(time) * 1000;
+    return error_of(rd_kafka_offsets_for_times(_client.get(), list.get(), patience_ms), list);
+  });
   return entry.offset < 0 ? std::nullopt : std::optional(entry.offset);
 }
 
 std::pair<std::int64_t, std::int64_t> GroupConsumer::bounds(std::int32_t partition) {
   std::pair<std::int64_t, std::int64_t> bounds;
-  check("offsets of " + _topic,
-        rd_kafka_query_watermark_offsets(_client.get(), _topic.c_str(), partition, &bounds.first,
-                                         &bounds.second, patience_ms));
+  insist("offsets of " + _topic, [&] {
+    return rd_kafka_query_watermark_offsets(_client.get(), _topic.c_str(), partition, &bounds.first,
+                                            &bounds.second, patience_ms);
+  });
   return bounds;
 }
 
@@ -168,7 +211,7 @@ void GroupConsumer::seek(const std::map<std::int32_t, std::int64_t>& offsets) {
     rd_kafka_topic_partition_list_add(list.get(), _topic.c_str(), partition)->offset = offset;
   }
   check("seek", rd_kafka_seek_partitions(_client.get(), list.get(), patience_ms));
-  for (int i = 0; i < list->cnt; ++i) check("seek", list->elems[i].err);
+  check("seek", error_of(RD_KAFKA_RESP_ERR_NO_ERROR, list));
 }
 
 GroupMetadata GroupConsumer::group_metadata() const {

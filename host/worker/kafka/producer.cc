@@ -81,7 +81,8 @@ void Producer::send(const std::string& topic, std::int32_t partition,
     if (error == RD_KAFKA_RESP_ERR_NO_ERROR) break;
     if (error != RD_KAFKA_RESP_ERR__QUEUE_FULL) {
       rd_kafka_headers_destroy(headers);
-      throw Error("message for " + topic, error);
+      const bool transaction_failed = error == RD_KAFKA_RESP_ERR__STATE;
+      throw Error("message for " + topic, error, "", transaction_failed);
     }
     rd_kafka_poll(client(), 100);
   }

@@ -26,7 +26,8 @@ class Producer {
   Producer(const Producer&) = delete;
   Producer& operator=(const Producer&) = delete;
 
-  /// Hands a message over; waits while too many are on their way. Throws `Error`.
+  /// Hands a message over; waits while too many are on their way. Throws `Error`, which
+  /// `needs_abort` where an earlier message of the transaction could not be written.
   void send(const std::string& topic, std::int32_t partition, const StreamMessage& message);
   /// To the partition of `group`, which is the key or a part of it.
   void send(const std::string& topic, const std::string& group, const StreamMessage& message);

@@ -9,7 +9,8 @@
 
 namespace qiv::testing {
 
-Program::Program(const std::vector<std::string>& arguments) {
+Program::Program(const std::vector<std::string>& arguments,
+                 const std::map<std::string, std::string>& environment) {
   int ends[2];
   // Errors go to a file: nobody reads them before the end, and a pipe that is full would stop it.
   char name[] = "/tmp/qiv-errors-XXXXXX";
@@ -28,6 +29,7 @@ Program::Program(const std::vector<std::string>& arguments) {
     std::vector<char*> argv = {program.data()};
     for (std::string& argument : own) argv.push_back(argument.data());
     argv.push_back(nullptr);
+    for (const auto& [variable, value] : environment) setenv(variable.c_str(), value.c_str(), 1);
     execv(program.c_str(), argv.data());
     _exit(127);
   }

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -10,8 +11,10 @@ namespace qiv::testing {
 /// A `qiv` of its own process; is killed with the object.
 class Program {
  public:
-  /// Starts it with these arguments. Throws `std::runtime_error` when that fails.
-  explicit Program(const std::vector<std::string>& arguments);
+  /// Starts it with these arguments, and these environment variables beside those of the test.
+  /// Throws `std::runtime_error` when that fails.
+  explicit Program(const std::vector<std::string>& arguments,
+                   const std::map<std::string, std::string>& environment = {});
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
   ~Program();

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "engine/tracked_engine.h"
+#include "worker/output_message.h"
 #include "worker/position_codec.h"
 
 namespace qiv::testing {
@@ -68,17 +69,10 @@ void StreamInStep::advance(Instant now) {
 
 void StreamInStep::publish(std::vector<PartitionOutput>& output) {
   for (PartitionOutput& one : output) {
-    if (auto* const forecast = std::get_if<VehicleForecast>(&one)) {
-      forecast->agency = stream_agency;
-      say(encode_forecast(*forecast, *_data.network));
-    } else if (auto* const left = std::get_if<LeftTrip>(&one)) {
-      left->trip.agency = stream_agency;
-      say(encode_left(*left));
-    } else if (auto* const state = std::get_if<VehicleState>(&one)) {
-      state->agency = stream_agency;
-      say(encode_vehicle(*state));
+    if (auto* const finished = std::get_if<FinishedTrip>(&one)) {
+      _finished.push_back(std::move(*finished));
     } else {
-      _finished.push_back(std::get<FinishedTrip>(std::move(one)));
+      say(encode_output(one, stream_agency, *_data.network).message);
     }
   }
   learn();

@@ -10,6 +10,7 @@
 #include "app/exit_code.h"
 #include "app/stream_bridge.h"
 #include "app/stream_gateway.h"
+#include "app/stream_histories.h"
 #include "app/stream_worker.h"
 #include "host/app/small_city.h"
 #include "host/worker/mock_cluster.h"
@@ -95,13 +96,18 @@ TEST_F(StreamPartsTest, TimetableAndSettingsAreWrittenOnce) {
   EXPECT_EQ(write_reference(city, config(), producer, Instant(day.days())), "");
 }
 
-TEST_F(StreamPartsTest, HistoriesAreTheTripsOfTheRecordedDays) {
+TEST_F(StreamPartsTest, HistoriesAreTheTripsOfTheRecordedDaysThatTheStreamDoesNotHave) {
   small.record_day(day - std::chrono::days(1), 120);
   small.record_day(day, 130);
   City city(city_folder);
   kafka::Producer producer(config().properties);
-  EXPECT_EQ(write_histories(city, config(), producer, day - std::chrono::days(1)), 18U);
-  EXPECT_EQ(write_histories(city, config(), producer, day), 36U);
+  const auto write = [&](ServiceDate last) {
+    return write_histories(city, config(), producer, last,
+                           Instant(last.days()) + std::chrono::hours(27));
+  };
+  EXPECT_EQ(write(day - std::chrono::days(1)), 18U);
+  EXPECT_EQ(write(day), 18U);
+  EXPECT_EQ(write(day), 0U);
 }
 
 TEST_F(StreamPartsTest, APositionComesOutAsAForecast) {
