@@ -21,6 +21,7 @@
 #include "simulate/fleet.h"
 #include "simulate/gtfs_files.h"
 #include "simulate/town.h"
+#include "stream/take_finished.h"
 #include "track/tracker.h"
 #include "worker/history_book.h"
 #include "worker/output_message.h"
@@ -92,13 +93,7 @@ std::vector<FinishedTrip> past_trips(const Network& network) {
   Drive(network, 1.0).until(hours(10), [&](const VehiclePosition& position) {
     tracker.advance(position.received, events);
     tracker.update(position, events);
-    for (TrackEvent& event : events) {
-      auto* const ended = std::get_if<TripEnded>(&event);
-      if (ended == nullptr || ended->run.progress.empty()) continue;
-      ended->run.progress.shrink_to_fit();
-      trips.push_back({agency, std::move(ended->run), ended->received});
-    }
-    events.clear();
+    take_finished(events, agency, trips);
   });
   return trips;
 }

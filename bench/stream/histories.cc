@@ -18,6 +18,7 @@
 #include "feed/gtfs.h"
 #include "feed/position_source.h"
 #include "network/build_network.h"
+#include "stream/take_finished.h"
 #include "track/tracker.h"
 #include "worker/history_book.h"
 
@@ -45,12 +46,7 @@ std::vector<FinishedTrip> follow(const Network& network, const fs::path& folder)
         tracker.update(position, events);
       }
     });
-    for (TrackEvent& event : events) {
-      auto* const ended = std::get_if<TripEnded>(&event);
-      if (ended == nullptr || ended->run.progress.empty()) continue;
-      ended->run.progress.shrink_to_fit();
-      finished.push_back({AgencyId("a"), std::move(ended->run), ended->received});
-    }
+    take_finished(events, AgencyId("a"), finished);
   }
   return finished;
 }

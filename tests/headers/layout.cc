@@ -33,6 +33,7 @@ struct BusRouteMembers {
   const Journey* journey;
   std::deque<BusStopLocation> bus_stop;
   std::deque<double> interpolation;
+  bool ordered;
   std::vector<double> offset;
 };
 
@@ -68,6 +69,7 @@ struct VehicleMembers {
 
 struct AllVehiclesMembers {
   std::map<std::string, Vehicle*> vehicle;
+  std::size_t nb_sweeps;
 };
 
 struct InvalidUpdateMembers : std::exception {
