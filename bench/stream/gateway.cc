@@ -6,19 +6,14 @@
 // MINUTES (15 unless stated). One partition's engine makes their messages; then a gateway's display
 // takes them all, and shows them for ten seconds. Without broker, HTTP and histories.
 
-#include <malloc.h>
-
 #include <cstdlib>
-#include <ctime>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include "app/gateway_display.h"
-#include "app/stream_worker.h"
-#include "simulate/fleet.h"
-#include "simulate/gtfs_files.h"
-#include "simulate/town.h"
+#include "stream/bench_town.h"
+#include "stream/spent.h"
 #include "worker/output_message.h"
 #include "worker/partition_engine.h"
 
@@ -26,34 +21,14 @@ namespace {
 
 using namespace qiv;  // NOLINT(google-build-using-namespace)
 
-constexpr Seconds report_interval{20};
-const AgencyId agency("town");
-
-double cpu_s() {
-  return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-}
-
-std::size_t in_use() {
-  return mallinfo2().uordblks + mallinfo2().hblkhd;
-}
-
-std::shared_ptr<const Network> make_network(std::size_t vehicles) {
-  TownOptions town;
-  town.vehicles = vehicles;
-  town.day = *ServiceDate::parse("20250304");
-  town.from = std::chrono::hours(8);
-  town.length = std::chrono::hours(3);
-  return network_of(zip_of(gtfs_files(make_town(town))));
-}
+using bench_town::agency;
+using bench_town::report_interval;
 
 std::vector<VehiclePosition> drive(const Network& network, Seconds length) {
-  FleetOptions options;
-  options.every = report_interval;
-  options.seed = 3;
-  Fleet fleet(network, options);
+  Fleet fleet(network, bench_town::fleet_options());
   std::vector<VehiclePosition> all;
-  const Instant from = network.clock().at(*ServiceDate::parse("20250304"),
-                                          std::chrono::hours(8) + std::chrono::minutes(40));
+  const Instant from =
+      network.clock().at(bench_town::day, std::chrono::hours(8) + std::chrono::minutes(40));
   for (Instant now = from; now < from + length; now += report_interval) {
     for (VehiclePosition& position : fleet.reports(now)) all.push_back(std::move(position));
   }
@@ -88,14 +63,14 @@ std::size_t bytes_of(const std::vector<StreamMessage>& messages) {
 }
 
 int measure(std::size_t vehicles, int minutes) {
-  const auto network = make_network(vehicles);
+  const auto network = bench_town::make_network(vehicles);
   const auto positions = drive(*network, std::chrono::minutes(minutes));
   const std::vector<StreamMessage> messages = work(*network, positions);
   std::cout << positions.size() << " positions, " << network->patterns().size() << " patterns; "
             << messages.size() << " messages of " << bytes_of(messages) / messages.size()
             << " bytes\n";
   GatewayDisplay display(CityConfig(), false);
-  const std::size_t before = in_use();
+  const std::size_t before = bytes_in_use();
   display.use(std::make_shared<DisplayBasis>(network, LearnedSettings()));
   double began_s = cpu_s();
   for (const StreamMessage& message : messages) display.take_forecast(message);
@@ -109,7 +84,7 @@ int measure(std::size_t vehicles, int minutes) {
   std::cout << "taking a message: " << take_s * 1e6 / static_cast<double>(messages.size())
             << " us of CPU\nmaking a snapshot of " << shown->trips.size() << " trips, "
             << shown->vehicles.size() << " vehicles: " << show_s * 1e3
-            << " ms of CPU\nmemory: " << (in_use() - before) / 1'000'000 << " MB\n";
+            << " ms of CPU\nmemory: " << (bytes_in_use() - before) / 1'000'000 << " MB\n";
   const bool whole = shown->vehicles.size() >= vehicles && shown->rejections.total() == 0;
   if (!whole) std::cout << "not all vehicles are shown\n";
   return whole ? 0 : 1;

@@ -8,19 +8,14 @@
 // of PARTITIONS partitions, each reading, forecasting and writing; those of the ten minutes before
 // have been. Prints one line.
 
-#include <malloc.h>
-
 #include <cstdlib>
-#include <ctime>
 #include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "app/stream_worker.h"
-#include "simulate/fleet.h"
-#include "simulate/gtfs_files.h"
-#include "simulate/town.h"
+#include "stream/bench_town.h"
+#include "stream/spent.h"
 #include "stream/take_finished.h"
 #include "track/tracker.h"
 #include "worker/history_book.h"
@@ -34,32 +29,19 @@ using namespace qiv;  // NOLINT(google-build-using-namespace)
 using std::chrono::hours;
 using std::chrono::minutes;
 
-constexpr Seconds report_interval{20};
-const AgencyId agency("town");
-const ServiceDate day = *ServiceDate::parse("20250304");
-
-double cpu_s() {
-  return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-}
+using bench_town::agency;
+using bench_town::day;
+using bench_town::report_interval;
 
 double in_use_mb() {
-  return static_cast<double>(mallinfo2().uordblks + mallinfo2().hblkhd) / 1e6;
-}
-
-std::shared_ptr<const Network> make_network(std::size_t vehicles) {
-  TownOptions town;
-  town.vehicles = vehicles;
-  town.day = day;
-  town.from = hours(8);
-  town.length = hours(3);
-  return network_of(zip_of(gtfs_files(make_town(town))));
+  return static_cast<double>(bytes_in_use()) / 1e6;
 }
 
 /// Lets the fleet of the town drive; hands on the reports of the chosen share of its vehicles.
 class Drive {
  public:
   Drive(const Network& network, double share)
-      : _network(network), _fleet(network, options()), _share(share) {}
+      : _network(network), _fleet(network, bench_town::fleet_options()), _share(share) {}
 
   template <class Take>
   void until(Seconds time_of_day, const Take& take) {
@@ -73,13 +55,6 @@ class Drive {
   }
 
  private:
-  static FleetOptions options() {
-    FleetOptions options;
-    options.every = report_interval;
-    options.seed = 3;
-    return options;
-  }
-
   const Network& _network;
   Fleet _fleet;
   double _share;
@@ -149,7 +124,7 @@ class Engines {
 
 int measure(std::size_t town, std::size_t vehicles, std::size_t partitions, int days) {
   const double empty_mb = in_use_mb();
-  const auto network = make_network(town);
+  const auto network = bench_town::make_network(town);
   const double network_mb = in_use_mb() - empty_mb;
   const LearnedSettings settings;
   HistoryBook book(*network, settings);

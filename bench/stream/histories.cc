@@ -6,8 +6,6 @@
 // as a worker keeps them, and as the engine of one partition has them with every pattern open. With
 // REPEAT the same days come so many times, a year apart, so that windows fill.
 
-#include <malloc.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -18,6 +16,7 @@
 #include "feed/gtfs.h"
 #include "feed/position_source.h"
 #include "network/build_network.h"
+#include "stream/spent.h"
 #include "stream/take_finished.h"
 #include "track/tracker.h"
 #include "worker/history_book.h"
@@ -26,10 +25,6 @@ namespace {
 
 using namespace qiv;  // NOLINT(google-build-using-namespace)
 namespace fs = std::filesystem;
-
-std::size_t in_use() {
-  return mallinfo2().uordblks + mallinfo2().hblkhd;
-}
 
 std::vector<FinishedTrip> follow(const Network& network, const fs::path& folder) {
   std::set<fs::path> files;
@@ -68,17 +63,17 @@ int main(int count, char** arguments) {
   const Network network = build_network(read_gtfs(FileBundle::open(folder / "gtfs.zip")).timetable);
   const LearnedSettings settings;
   const auto of_days = follow(network, folder);
-  std::size_t before = in_use();
+  std::size_t before = bytes_in_use();
   const std::vector<FinishedTrip> whole = of_days;
   std::size_t places = 0;
   for (const FinishedTrip& trip : whole) places += trip.run.progress.size();
   std::cout << whole.size() << " trips of " << network.patterns().size() << " patterns, "
             << places / whole.size() << " places each\n";
-  tell("whole", in_use() - before, whole.size());
+  tell("whole", bytes_in_use() - before, whole.size());
   std::size_t encoded = 0;
   for (const FinishedTrip& trip : whole) encoded += encode_finished(trip).value->size();
   tell("in the topic, without key", encoded, whole.size());
-  before = in_use();
+  before = bytes_in_use();
   HistoryBook book(network, settings);
   std::size_t taken = 0;
   for (int year = 0; year < repeat; ++year) {
@@ -95,13 +90,13 @@ int main(int count, char** arguments) {
   }
   std::cout << static_cast<std::size_t>(repeat) * whole.size() << " trips came, " << taken
             << " joined, " << book.trips() << " are held\n";
-  tell("as a worker keeps them", in_use() - before, book.trips());
-  before = in_use();
+  tell("as a worker keeps them", bytes_in_use() - before, book.trips());
+  before = bytes_in_use();
   EngineShard shard(network, settings, book.source(), {});
   std::size_t milestones = 0;
   for (PatternIndex i = 0; i < network.patterns().size(); ++i) {
     milestones += shard.desk_of(i).grid().milestones_m.size();
   }
   std::cout << milestones / network.patterns().size() << " milestones a pattern\n";
-  tell("in the engine of one partition", in_use() - before, book.trips());
+  tell("in the engine of one partition", bytes_in_use() - before, book.trips());
 }

@@ -43,12 +43,11 @@ std::size_t EventFollowers::tell(const Outputs& before, const Outputs& now) {
     auto& [topic, followers] = *at;
     std::erase_if(followers.streams, [](const auto& stream) { return stream->closed(); });
     if (!followers.streams.empty() && changes.may_touch(topic)) {
-      EventContent content = topic.kind == EventTopic::Kind::all_vehicles
-                                 ? vehicle_moves(before.snapshot(), now.snapshot())
-                                 : event_content(topic, now);
-      if (!content.members.empty()) ++written;
       // Moves are told each time, even if they are those that were told before.
       const bool is_moves = topic.kind == EventTopic::Kind::all_vehicles;
+      EventContent content =
+          is_moves ? vehicle_moves(before.snapshot(), now.snapshot()) : event_content(topic, now);
+      if (!content.members.empty()) ++written;
       std::string news = is_moves ? std::string() : news_in(content.members);
       if (!content.members.empty() && (is_moves || news != followers.news)) {
         const auto event = std::make_shared<const std::string>(event_text(content, now.snapshot()));

@@ -5,7 +5,6 @@
 
 #include "BusRoute.h"
 #include "Forecast.h"
-#include "Vehicle.h"
 
 /// Asks the processor for memory that an update is going to need, as soon as it is known where that
 /// is, so that all of it comes at once. Among thousands of journeys none of it is near. Nothing
