@@ -1,14 +1,17 @@
 // The time of an update among few and among many journeys. 2,000 vehicles report at random; each
-// report may hand its vehicle over to a journey at random. Beside it the time of fetching as much
-// memory from as many places, without doing anything with it.
+// report may hand its vehicle over to a journey at random. The reports lie ready, as a host has
+// them that has just read them. Beside it the time of fetching as much memory from as many places,
+// without doing anything with it.
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "differential/Draw.h"
@@ -35,16 +38,20 @@ class Network {
     }
   }
 
-  void report() {
-    Vehicle& vehicle = _vehicles[_draw.below(static_cast<unsigned int>(_vehicles.size()))];
-    if (vehicle.index >= _size.updates || _draw.one_in(_reports_a_journey)) {
-      vehicle.journey = _draw.below(static_cast<unsigned int>(_references.size()));
-      vehicle.index = _draw.below(_size.updates / 2);
+  /// Has so many reports ready, in the place of those before.
+  void prepare(unsigned int nb_reports) {
+    _reports.clear();
+    _reports.reserve(nb_reports);
+    for (unsigned int i = 0; i < nb_reports; ++i) prepare_one();
+  }
+
+  /// Takes those that are ready.
+  void take() {
+    for (const Report& report : _reports) {
+      benchmark::DoNotOptimize(_journeys.update(report.reference, report.vehicle, _trip, 1, 1,
+                                                bench::category, report.offset_m, report.time_s,
+                                                1e9));
     }
-    _clock += 1;
-    const bench::Report sent = bench::report(_size, 0, vehicle.index++);
-    benchmark::DoNotOptimize(_journeys.update(_references[vehicle.journey], vehicle.name, _trip, 1,
-                                              1, bench::category, sent.offset_m, _clock, 1e9));
   }
 
  private:
@@ -54,6 +61,24 @@ class Network {
     unsigned int index;
   };
 
+  struct Report {
+    std::string reference;
+    std::string vehicle;
+    double offset_m;
+    long long time_s;
+  };
+
+  void prepare_one() {
+    Vehicle& vehicle = _vehicles[_draw.below(static_cast<unsigned int>(_vehicles.size()))];
+    if (vehicle.index >= _size.updates || _draw.one_in(_reports_a_journey)) {
+      vehicle.journey = _draw.below(static_cast<unsigned int>(_references.size()));
+      vehicle.index = _draw.below(_size.updates / 2);
+    }
+    _clock += 1;
+    const double offset_m = bench::report(_size, 0, vehicle.index++).offset_m;
+    _reports.push_back({_references[vehicle.journey], vehicle.name, offset_m, _clock});
+  }
+
   const Size _size;
   const unsigned int _reports_a_journey;
   differential::RandomDraw _draw;
@@ -61,19 +86,34 @@ class Network {
   long long _clock = bench::departure;
   std::vector<std::string> _references;
   std::vector<Vehicle> _vehicles;
+  std::vector<Report> _reports;
   typename Side::AllJourneys _journeys;
 };
+
+/// The network of a benchmark, which stays from one of its repetitions to the next.
+template <class Side>
+Network<Side>& network_of(const Size& size, unsigned int nb_journeys,
+                          unsigned int reports_a_journey) {
+  static std::map<std::tuple<std::string, unsigned int, unsigned int>,
+                  std::unique_ptr<Network<Side>>>
+      networks;
+  std::unique_ptr<Network<Side>>& network = networks[{size.name, nb_journeys, reports_a_journey}];
+  if (network == nullptr) network.reset(new Network<Side>(size, nb_journeys, reports_a_journey));
+  return *network;
+}
 
 template <class Side>
 void time_reports(benchmark::State& state, const Size& size, unsigned int nb_journeys,
                   unsigned int reports_a_journey, Contender contender) {
   bench::choose(contender);
-  Network<Side> network(size, nb_journeys, reports_a_journey);
+  Network<Side>& network = network_of<Side>(size, nb_journeys, reports_a_journey);
   const unsigned int nb_reports = contender == Contender::twin ? 500 : 20000;
-  for (unsigned int i = 0; i < nb_reports; ++i) network.report();
+  network.prepare(nb_reports);
+  network.take();
   for (auto _ : state) {
+    network.prepare(nb_reports);
     const double start_s = bench::thread_time_s();
-    for (unsigned int i = 0; i < nb_reports; ++i) network.report();
+    network.take();
     state.SetIterationTime((bench::thread_time_s() - start_s) / nb_reports);
   }
 }
@@ -129,6 +169,7 @@ int main(int argc, char** argv) {
         add(size, nb_journeys, reports_a_journey, library);
       }
     }
+    add(bench::large_size, nb_journeys, 40, library);
     add(bench::city_size, nb_journeys, 40, Contender::twin);
     const std::string name = "journeys:" + std::to_string(nb_journeys) + "/fetch/city/memory";
     benchmark::RegisterBenchmark(name.c_str(), time_fetches, nb_journeys)

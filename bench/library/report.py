@@ -170,8 +170,10 @@ another journey at random. In brackets: relative to ten journeys.
 The twin asks every journey at every report. The library asks one, and finds it without a walk: its
 instructions for a report do not grow with the number of journeys. What still grows is the time that
 they wait for memory: the trips and rows of ten journeys stay in the processor's caches, those of
-thousands do not. What that costs at least is in the row of memory that is fetched and not used: as
-many bytes as an update touches, side by side and all asked for at once.
+thousands do not. So the library remembers where the memory of an update lies, and asks for all of it
+at once. What it costs to fetch that alone is in the first row: as many bytes as an update of the
+city's size touches, side by side, asked for and not used. "Each report" makes a vehicle and deletes
+one each time; its vehicles have one report behind them, the others half a trip's.
 
 With large pages for the C library's allocator (`GLIBC_TUNABLES=glibc.malloc.hugetlb=1`, as the
 units of systemd have it):
@@ -201,4 +203,5 @@ and its queue of reports, which grows in blocks of 32.
     (docs / "performance.md").write_text(text)
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -51,13 +51,17 @@ std::vector<TrackEvent> round_of_reports(const Network& network, ServiceDate day
 }
 
 void take(Engine& engine, const std::vector<TrackEvent>& events) {
+  std::vector<std::vector<const TrackEvent*>> matter(engine.crew().size());
   engine.crew().together([&](std::size_t number) {
     EngineShard& shard = engine.shard(number);
     for (const TrackEvent& event : events) {
-      if (engine.shard_of(vehicle_of(event)) == number) shard.apply(event);
+      if (engine.shard_of(vehicle_of(event)) != number) continue;
+      if (shard.apply(event)) matter[number].push_back(&event);
     }
   });
-  for (const TrackEvent& event : events) engine.note(event);
+  for (const auto& of_shard : matter) {
+    for (const TrackEvent* const event : of_shard) engine.note(*event);
+  }
 }
 
 struct Run {

@@ -29,8 +29,7 @@ std::size_t Engine::shard_of(const VehicleId& vehicle) const {
 }
 
 void Engine::apply(const TrackEvent& event) {
-  _shards[shard_of(vehicle_of(event))]->apply(event);
-  note(event);
+  if (_shards[shard_of(vehicle_of(event))]->apply(event)) note(event);
 }
 
 void Engine::note(const TrackEvent& event) {

@@ -36,7 +36,8 @@ class Engine {
   void apply(const TrackEvent& event);
 
   /// The same in two steps, for several threads. First each shard takes the events of its vehicles
-  /// in a thread of its own, in order; then one thread tells all of them here, in order.
+  /// in a thread of its own, in order; then one thread tells those here for which the shard said
+  /// that they matter, in order. To tell others too changes nothing.
   void note(const TrackEvent& event);
   std::size_t shard_of(const VehicleId& vehicle) const;
   EngineShard& shard(std::size_t number) { return *_shards[number]; }

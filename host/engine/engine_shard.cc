@@ -36,13 +36,13 @@ EngineShard::EngineShard(const Network& network, const LearnedSettings& settings
 
 EngineShard::~EngineShard() = default;
 
-void EngineShard::apply(const TrackEvent& event) {
-  std::visit([this](const auto& e) { on(e); }, event);
+bool EngineShard::apply(const TrackEvent& event) {
+  return std::visit([this](const auto& e) { return on(e); }, event);
 }
 
-void EngineShard::on(const TripAssigned& event) {
+bool EngineShard::on(const TripAssigned& event) {
   const std::optional<ScheduledTrip> schedule = _network.schedule(event.trip);
-  if (!schedule) return;
+  if (!schedule) return true;
   LiveTrip trip;
   trip.schedule = *schedule;
   trip.vehicle = event.vehicle;
@@ -58,40 +58,47 @@ void EngineShard::on(const TripAssigned& event) {
   std::shared_ptr<LiveTrip>& live = _live[event.vehicle];
   if (live != nullptr) live->left = true;
   live = std::make_shared<LiveTrip>(std::move(trip));
+  return true;
 }
 
-void EngineShard::on(const Waiting& event) {
+bool EngineShard::on(const Waiting& event) {
   if (LiveTrip* const trip = find(event.vehicle, event.trip)) trip->last_seen = event.time;
+  return false;
 }
 
-void EngineShard::on(const Progress& event) {
+bool EngineShard::on(const Progress& event) {
   LiveTrip* const trip = find(event.vehicle, event.trip);
-  if (trip == nullptr) return;
+  if (trip == nullptr) return true;
+  const bool is_first = trip->places.empty();
   trip->last_seen = event.time;
   report(*trip, event);
+  return is_first;
 }
 
-void EngineShard::on(const StillThere& event) {
+bool EngineShard::on(const StillThere& event) {
   if (LiveTrip* const trip = find(event.vehicle, event.trip)) trip->last_seen = event.time;
+  return false;
 }
 
-void EngineShard::on(const Corrected& event) {
+bool EngineShard::on(const Corrected& event) {
   LiveTrip* const trip = find(event.vehicle, event.trip);
-  if (trip == nullptr) return;
+  if (trip == nullptr) return false;
   release(*trip);
   trip->places.clear();
   trip->reports.clear();
   trip->latest.reset();
   trip->shown.forget();
   for (const Progress& progress : event.cleaned) report(*trip, progress);
+  return false;
 }
 
-void EngineShard::on(const TripEnded& event) {
+bool EngineShard::on(const TripEnded& event) {
   LiveTrip* const trip = find(event.run.vehicle, event.run.trip);
-  if (trip == nullptr) return;
+  if (trip == nullptr) return true;
   release(*trip);
   trip->left = true;
   _live.erase(event.run.vehicle);
+  return true;
 }
 
 LiveTrip* EngineShard::find(const VehicleId& vehicle, const TripKey& trip) {

@@ -33,8 +33,9 @@ class EngineShard {
               const EngineOptions& options);
   ~EngineShard();
 
-  /// Takes one event of a vehicle of this shard, in order.
-  void apply(const TrackEvent& event);
+  /// Takes one event of a vehicle of this shard, in order. Returns whether it may change who leads
+  /// on a trip, or which trips are announced.
+  bool apply(const TrackEvent& event);
 
   /// Takes what another program's shard says of the trip that the vehicle is on, in the place of
   /// its reports: the trip is shown here as it is there. Returns whether all of its places are
@@ -78,12 +79,12 @@ class EngineShard {
   Rejections rejected_trips() const;
 
  private:
-  void on(const TripAssigned& event);
-  void on(const Waiting& event);
-  void on(const Progress& event);
-  void on(const StillThere& event);
-  void on(const Corrected& event);
-  void on(const TripEnded& event);
+  bool on(const TripAssigned& event);
+  bool on(const Waiting& event);
+  bool on(const Progress& event);
+  bool on(const StillThere& event);
+  bool on(const Corrected& event);
+  bool on(const TripEnded& event);
 
   LiveTrip* find(const VehicleId& vehicle, const TripKey& trip);
   void release(const LiveTrip& trip);

@@ -80,8 +80,8 @@ void TrackedEngine::finish(Instant now) {
 /// thread.
 void TrackedEngine::pass(Shard& shard, EngineShard& engine, Instant when, std::size_t serial) {
   for (TrackEvent& event : shard.events) {
-    engine.apply(event);
-    Happened happened{time_of(event, when), serial, std::move(event), std::nullopt};
+    const bool matters_to_all = engine.apply(event);
+    Happened happened{time_of(event, when), serial, std::move(event), matters_to_all, std::nullopt};
     const auto* const progress = std::get_if<Progress>(&happened.event);
     if (progress != nullptr && _observer.on_report) {
       happened.shown = engine.forecast(progress->vehicle, progress->received);
@@ -118,7 +118,7 @@ void TrackedEngine::tell_all() {
 }
 
 void TrackedEngine::tell(const Happened& happened, std::vector<const TripEnded*>& ended) {
-  _engine.note(happened.event);
+  if (happened.matters_to_all) _engine.note(happened.event);
   if (_observer.on_event) _observer.on_event(happened.event);
   if (happened.shown) _observer.on_report(std::get<Progress>(happened.event), *happened.shown);
   if (const auto* const end = std::get_if<TripEnded>(&happened.event)) ended.push_back(end);

@@ -75,6 +75,7 @@ class TrackedEngine {
     Instant when{};          ///< by the clock of receipt
     std::size_t serial = 0;  ///< of the position behind it; 0: none, time has passed
     TrackEvent event;
+    bool matters_to_all = false;  ///< as `EngineShard::apply` says
     std::optional<TripForecast> shown;
   };
   struct Shard {

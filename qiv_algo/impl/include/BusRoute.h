@@ -104,7 +104,7 @@ class QIV_ALGO_API BusRoute {
 
  private:
   friend class MilestoneWalk;
-  friend class Prefetch;
+  friend class JourneyMemory;
 
   QIV_ALGO_LOCAL void note_order();
   QIV_ALGO_LOCAL void add_bus_stop(double offset, const std::string& stopID);

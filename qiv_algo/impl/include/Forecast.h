@@ -98,7 +98,7 @@ class QIV_ALGO_API Forecast {
   double get_confidence() const { return _confidence; }
 
  private:
-  friend class Prefetch;
+  friend class JourneyMemory;
 
   std::vector<Time> _forecast;
   Mode _mode;

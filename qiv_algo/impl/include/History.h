@@ -104,6 +104,8 @@ class QIV_ALGO_API AllHistories {
   void remove_all_histories();
 
  private:
+  friend class JourneyMemory;
+
   std::map<category_t, History*> _history;
   unsigned int _max_size;
   History::Replace _strategy;

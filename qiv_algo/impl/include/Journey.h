@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <exception>
 #include <map>
+#include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "AlgoConfig.h"
@@ -150,10 +150,11 @@ class QIV_ALGO_API Journey {
 
   QIV_ALGO_LOCAL bool takes(unsigned long long shapeVersionTime, long long shapeVersionID,
                             double offset);
-  QIV_ALGO_LOCAL Vehicle* record(Vehicle* vehicle, const std::string& vehicleID,
-                                 const VehicleJourneyRef& vehicleJourneyRef, const History* history,
-                                 category_t category, double offset, long long time,
-                                 double max_error);
+  QIV_ALGO_LOCAL AllVehicles::Entry record(AllVehicles::Entry vehicle, const std::string& vehicleID,
+                                           const VehicleJourneyRef& vehicleJourneyRef,
+                                           const History* history, category_t category,
+                                           double offset, long long time, double max_error);
+  QIV_ALGO_LOCAL bool is_served_by(AllVehicles::Entry vehicle, long long time);
   QIV_ALGO_LOCAL Forecast* forecast(const Vehicle* vehicle, const History* history,
                                     category_t category);
   QIV_ALGO_LOCAL bool is_stale(unsigned long long shapeVersionTime, long long shapeVersionID);
@@ -178,7 +179,7 @@ class QIV_ALGO_API Journey {
 /// other than the one that each of them declares.
 class QIV_ALGO_API AllJourneys {
  public:
-  AllJourneys() = default;
+  AllJourneys();
   ~AllJourneys();
   AllJourneys(const AllJourneys&) = delete;
   AllJourneys& operator=(const AllJourneys&) = delete;
@@ -221,28 +222,15 @@ class QIV_ALGO_API AllJourneys {
   void remove_inactive_vehicles();
 
  private:
-  // A journey, and where the trips lie that its last report was compared with: the next one asks
-  // for them before it has found its way to them.
-  struct Known {
-    Journey* journey;
-    const void* trips;
-    std::size_t trips_size;
-  };
-
-  // The journey that the last unclaimed report of a vehicle went to, and the vehicle there. No
-  // other journey can hold it: every other one has released it before. This one may have lost it
-  // since: the pointer, null where it is not known, holds as long as the journey has swept no more
-  // often.
-  struct Last {
-    Journey* journey;
-    Vehicle* vehicle;
-    std::size_t nb_sweeps;
-  };
+  struct Last;
+  struct Known;
+  struct Index;
 
   Journey* operator[](const std::string& journeyPatternRef);
   QIV_ALGO_LOCAL Known* find(const std::string& journeyPatternRef);
   QIV_ALGO_LOCAL Known* find_or_make(const std::string& journeyPatternRef);
-  QIV_ALGO_LOCAL static Vehicle* vehicle_of(const Last& last, const std::string& vehicleID);
+  QIV_ALGO_LOCAL static AllVehicles::Entry vehicle_of(const Last& last,
+                                                      const std::string& vehicleID);
 
   std::string _forecast_method;
   std::vector<std::string> _string_parameter;
@@ -252,10 +240,8 @@ class QIV_ALGO_API AllJourneys {
   std::string _replacement_strategy;
   std::map<std::string, Journey*> _journey;
 
-  std::unordered_map<std::string, Last> _last_journey;
-
-  // The journeys once more, to be found without a walk down the ordered map.
-  std::unordered_map<std::string, Known> _journey_by_reference;
+  // The vehicles, and the journeys once more, to be found without a walk down an ordered map.
+  std::unique_ptr<Index> _index;
 };
 
 QIV_CONTRACT_END

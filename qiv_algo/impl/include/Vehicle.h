@@ -131,6 +131,8 @@ class QIV_ALGO_API Vehicle {
                        double max_error) QIV_THROWS_ONLY(invalid_update);
 
  private:
+  friend class VehicleMemory;
+
   QIV_ALGO_LOCAL void begin_journey(const VehicleJourneyRef& vehicleJourneyRef);
   QIV_ALGO_LOCAL bool record(Position sample, double max_error);
   QIV_ALGO_LOCAL void reject(const Position& report, double max_error);
@@ -173,6 +175,19 @@ class QIV_ALGO_API AllVehicles {
   std::size_t nb_sweeps() const { return _nb_sweeps; }
 
  private:
+  friend class Journey;
+  friend class AllJourneys;
+
+  // A vehicle's place here: good until the vehicle is removed by its name, or `nb_sweeps` changes.
+  typedef std::map<std::string, Vehicle*>::iterator Entry;
+
+  QIV_ALGO_LOCAL Entry find(const std::string& vehicleID) { return _vehicle.find(vehicleID); }
+  QIV_ALGO_LOCAL Entry nobody() { return _vehicle.end(); }
+  QIV_ALGO_LOCAL Entry make(const std::string& vehicleID,
+                            const VehicleJourneyRef& vehicleJourneyRef, double offset,
+                            long long time, double max_error);
+  QIV_ALGO_LOCAL Entry remove(Entry entry);
+
   std::map<std::string, Vehicle*> _vehicle;
   std::size_t _nb_sweeps;
 };

@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "KernelRegression.h"
-#include "Prefetch.h"
+#include "NameTable.h"
 #include "RQLogger.h"
-#include "TileReader.h"
 #include "exception_contract.h"
+#include "remembered_memory.h"
 #include "text_stream.h"
 
 namespace {
@@ -292,9 +292,9 @@ Forecast* Journey::update(const std::string& vehicleID, const VehicleJourneyRef&
                           category_t category, double offset, long long time, double max_error) {
   if (!takes(shapeVersionTime, shapeVersionID, offset)) return nullptr;
   const History* const history = _history[category];
-  const Vehicle* const vehicle = record(_vehicle[vehicleID], vehicleID, vehicleJourneyRef, history,
-                                        category, offset, time, max_error);
-  return forecast(vehicle, history, category);
+  const AllVehicles::Entry vehicle = record(_vehicle.find(vehicleID), vehicleID, vehicleJourneyRef,
+                                            history, category, offset, time, max_error);
+  return forecast(vehicle->second, history, category);
 }
 
 bool Journey::takes(unsigned long long shapeVersionTime, long long shapeVersionID, double offset) {
@@ -302,17 +302,18 @@ bool Journey::takes(unsigned long long shapeVersionTime, long long shapeVersionI
          _bus_route.is_in_range(offset);
 }
 
-// Makes the vehicle when it is null. Returns it.
-Vehicle* Journey::record(Vehicle* vehicle, const std::string& vehicleID,
-                         const VehicleJourneyRef& vehicleJourneyRef, const History* history,
-                         category_t category, double offset, long long time, double max_error) {
-  if (vehicle != nullptr) {
-    vehicle->update_position(vehicleJourneyRef, offset, time, max_error);
+// Makes the vehicle when there is none. Returns it.
+AllVehicles::Entry Journey::record(AllVehicles::Entry vehicle, const std::string& vehicleID,
+                                   const VehicleJourneyRef& vehicleJourneyRef,
+                                   const History* history, category_t category, double offset,
+                                   long long time, double max_error) {
+  if (vehicle != _vehicle.nobody()) {
+    vehicle->second->update_position(vehicleJourneyRef, offset, time, max_error);
     return vehicle;
   }
-  _vehicle.initialize(vehicleID, vehicleJourneyRef, offset, time, max_error);
-  vehicle = _vehicle[vehicleID];
-  vehicle->set_start_time(_forecast_algorithm->compute_start_time(vehicle, history, category));
+  vehicle = _vehicle.make(vehicleID, vehicleJourneyRef, offset, time, max_error);
+  vehicle->second->set_start_time(
+      _forecast_algorithm->compute_start_time(vehicle->second, history, category));
   return vehicle;
 }
 
@@ -322,10 +323,13 @@ Forecast* Journey::forecast(const Vehicle* vehicle, const History* history, cate
 }
 
 bool Journey::is_served_by(const std::string& vehicleID, long long time) {
-  const Vehicle* const vehicle = _vehicle[vehicleID];
-  if (vehicle == nullptr) return false;
-  if (vehicle->get_last_time() > time) return true;
-  _vehicle.remove_vehicle(vehicleID);
+  return is_served_by(_vehicle.find(vehicleID), time);
+}
+
+bool Journey::is_served_by(AllVehicles::Entry vehicle, long long time) {
+  if (vehicle == _vehicle.nobody()) return false;
+  if (vehicle->second->get_last_time() > time) return true;
+  _vehicle.remove(vehicle);
   return false;
 }
 
@@ -346,6 +350,33 @@ bool Journey::is_stale(unsigned long long shapeVersionTime, long long shapeVersi
   _bus_route.remove_milestones();
   return false;
 }
+
+// The journey that the last unclaimed report of a vehicle went to, and the vehicle there. No other
+// journey can hold it: every other one has released it before. This one may have lost it since: the
+// vehicle is known for as long as the journey has swept no more often.
+struct AllJourneys::Last {
+  Last() : journey(nullptr), vehicle(), is_known(false), nb_sweeps(0), memory() {}
+
+  Journey* journey;
+  AllVehicles::Entry vehicle;
+  bool is_known;
+  std::size_t nb_sweeps;
+  VehicleMemory memory;
+};
+
+struct AllJourneys::Known {
+  Known() : journey(nullptr), memory() {}
+
+  Journey* journey;
+  JourneyMemory memory;
+};
+
+struct AllJourneys::Index {
+  NameTable<Last> last_of_vehicle;
+  NameTable<Known> journeys;
+};
+
+AllJourneys::AllJourneys() : _max_size_history(0), _index(new Index) {}
 
 AllJourneys::~AllJourneys() {
   for (const auto& entry : _journey) delete entry.second;
@@ -403,55 +434,49 @@ Forecast* AllJourneys::update(const std::string& journeyPatternRef, const std::s
                               category_t category, double offset, long long time,
                               double max_error) {
   Known* known = find(journeyPatternRef);
-  const auto entry = _last_journey.find(vehicleID);
-  if (entry != _last_journey.end()) Prefetch::read(entry->second.vehicle);
-  if (known != nullptr) {
-    Prefetch::read(known->journey);
-    Prefetch::read(known->trips, known->trips_size);
-  }
-  if (entry != _last_journey.end() &&
-      (known == nullptr || entry->second.journey != known->journey)) {
-    entry->second.vehicle = nullptr;
-    if (entry->second.journey->is_served_by(vehicleID, time)) return nullptr;
+  Last* last = _index->last_of_vehicle.find(vehicleID);
+  if (last != nullptr) last->memory.ask_for();
+  if (known != nullptr) known->memory.ask_for();
+  if (last != nullptr && (known == nullptr || last->journey != known->journey)) {
+    const AllVehicles::Entry vehicle = vehicle_of(*last, vehicleID);
+    last->is_known = false;
+    if (last->journey->is_served_by(vehicle, time)) return nullptr;
   }
   if (known == nullptr) known = find_or_make(journeyPatternRef);
   Journey& journey = *known->journey;
-  Last& last = entry != _last_journey.end() ? entry->second : _last_journey[vehicleID];
-  if (last.journey != &journey) last = {&journey, nullptr, 0};
+  if (last == nullptr) last = &_index->last_of_vehicle[vehicleID];
+  last->journey = &journey;
 
   if (!journey.takes(shapeVersionTime, shapeVersionID, offset)) {
-    if (journey._vehicle[vehicleID] == nullptr) _last_journey.erase(vehicleID);
+    if (journey._vehicle[vehicleID] == nullptr) _index->last_of_vehicle.erase(vehicleID);
     return nullptr;
   }
   const History* const history = journey._history[category];
-  Prefetch::read(journey._bus_route);
-  last.vehicle = journey.record(vehicle_of(last, vehicleID), vehicleID, vehicleJourneyRef, history,
-                                category, offset, time, max_error);
-  last.nb_sweeps = journey._vehicle.nb_sweeps();
-  if (history != nullptr) TileReader::locate(*history, known->trips, known->trips_size);
-  return journey.forecast(last.vehicle, history, category);
+  last->vehicle = journey.record(vehicle_of(*last, vehicleID), vehicleID, vehicleJourneyRef,
+                                 history, category, offset, time, max_error);
+  last->is_known = true;
+  last->nb_sweeps = journey._vehicle.nb_sweeps();
+  last->memory.remember(journey._vehicle, &*last->vehicle, *last->vehicle->second);
+  known->memory.remember(journey._bus_route, journey._history, history, journey._forecast_algorithm,
+                         journey._forecast);
+  return journey.forecast(last->vehicle->second, history, category);
 }
 
 void AllJourneys::remove_inactive_vehicles() {
   for (const auto& entry : _journey) entry.second->remove_inactive_vehicles();
-  for (auto last = _last_journey.begin(); last != _last_journey.end();) {
-    if (vehicle_of(last->second, last->first) == nullptr) {
-      last = _last_journey.erase(last);
-    } else {
-      ++last;
-    }
-  }
+  _index->last_of_vehicle.erase_if([](const std::string& vehicleID, const Last& last) {
+    return vehicle_of(last, vehicleID) == last.journey->_vehicle.nobody();
+  });
 }
 
 Journey* AllJourneys::operator[](const std::string& journeyPatternRef) {
   return find_or_make(journeyPatternRef)->journey;
 }
 
-// An entry is null where the memory for the journey's own had run out.
+// A value is without a journey where the memory for the journey's own entry had run out.
 AllJourneys::Known* AllJourneys::find(const std::string& journeyPatternRef) {
-  const auto entry = _journey_by_reference.find(journeyPatternRef);
-  const bool is_there = entry != _journey_by_reference.end() && entry->second.journey != nullptr;
-  return is_there ? &entry->second : nullptr;
+  Known* const known = _index->journeys.find(journeyPatternRef);
+  return known != nullptr && known->journey != nullptr ? known : nullptr;
 }
 
 AllJourneys::Known* AllJourneys::find_or_make(const std::string& journeyPatternRef) {
@@ -460,15 +485,16 @@ AllJourneys::Known* AllJourneys::find_or_make(const std::string& journeyPatternR
   std::unique_ptr<Journey> created(new Journey(_forecast_method, _string_parameter,
                                                _double_parameter, _forecast_mode, _max_size_history,
                                                _replacement_strategy));
-  Known& made = _journey_by_reference[journeyPatternRef];
+  Known& made = _index->journeys[journeyPatternRef];
   _journey.emplace(journeyPatternRef, created.get());
+  made.memory = JourneyMemory(created.get());
   made.journey = created.release();
   return &made;
 }
 
-// The vehicle on its last journey, or null when that has lost it.
-Vehicle* AllJourneys::vehicle_of(const Last& last, const std::string& vehicleID) {
+// The vehicle on its last journey, or nobody when that has lost it.
+AllVehicles::Entry AllJourneys::vehicle_of(const Last& last, const std::string& vehicleID) {
   AllVehicles& vehicles = last.journey->_vehicle;
-  const bool is_known = last.vehicle != nullptr && last.nb_sweeps == vehicles.nb_sweeps();
-  return is_known ? last.vehicle : vehicles[vehicleID];
+  const bool is_known = last.is_known && last.nb_sweeps == vehicles.nb_sweeps();
+  return is_known ? last.vehicle : vehicles.find(vehicleID);
 }

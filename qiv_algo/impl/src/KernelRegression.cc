@@ -10,7 +10,6 @@
 #include "BusRoute.h"
 #include "Forecast.h"
 #include "MilestoneWalk.h"
-#include "Prefetch.h"
 #include "TileReader.h"
 #include "Vehicle.h"
 #include "lanes.h"
@@ -195,8 +194,6 @@ void KernelRegression::compute_kernel(Kernel& kernel, const Vehicle* vehicle,
     subtract_distances(*history, observations, count, _bandwidth, weights);
   }
 
-  // The rows come while the weights are made.
-  Prefetch::write(*_forecast);
   double max_kernel = weights[0];
   for (unsigned int k = 1; k < n; ++k) {
     if (weights[k] > max_kernel) max_kernel = weights[k];

@@ -3,40 +3,39 @@
 
 #include <cstddef>
 
-#include "BusRoute.h"
-#include "Forecast.h"
-
-/// Asks the processor for memory that an update is going to need, as soon as it is known where that
-/// is, so that all of it comes at once. Among thousands of journeys none of it is near. Nothing
-/// happens where there is no memory (any more).
+/// Asks the processor for memory that is going to be needed. Nothing happens where there is no
+/// memory (any more).
 class Prefetch {
  public:
+  /// Into the second cache: the first would be too small for all that comes at once, and on some
+  /// processors a line that was asked into the first one costs its reader more.
+  static void read(const void* begin, std::size_t size) {
+    has_an_effect();
+    const char* const memory = static_cast<const char*>(begin);
+    for (std::size_t i = 0; i < size && i < most; i += line) __builtin_prefetch(memory + i, 0, 2);
+  }
+
   template <class Object>
   static void read(const Object* object) {
     read(object, sizeof(Object));
   }
 
-  static void read(const void* begin, std::size_t size) {
-    const char* const memory = static_cast<const char*>(begin);
-    for (std::size_t i = 0; i < size && i < most; i += line) __builtin_prefetch(memory + i);
-  }
-
-  static void read(const BusRoute& route) {
-    read(route._offset.data(), route._offset.size() * sizeof(double));
-  }
-
-  /// The numbers of each row, which are side by side before its names.
-  static void write(const Forecast& forecast) {
-    const char* const rows = reinterpret_cast<const char*>(forecast._forecast.data());
-    const std::size_t size = forecast._forecast.size() * sizeof(Time);
-    for (std::size_t i = 0; i < size && i < most; i += sizeof(Time)) {
-      __builtin_prefetch(rows + i, 1);
+  /// Objects side by side, for writing to the beginning of each.
+  template <class Object>
+  static void write(const Object* begin, std::size_t count) {
+    has_an_effect();
+    for (std::size_t i = 0; i < count && i * sizeof(Object) < most; ++i) {
+      __builtin_prefetch(begin + i, 1);
     }
   }
 
  private:
-  /// More than this would only drive out what came first.
-  static const std::size_t most = 16384;
+  /// g++ 12 takes a function that does nothing but this for one without effects, and leaves out
+  /// calls of it.
+  static void has_an_effect() { __asm__ __volatile__(""); }
+
+  /// What is read waits behind what was asked for, so more than this would only delay it.
+  static const std::size_t most = 32768;
   static const std::size_t line = 64;
 };
 

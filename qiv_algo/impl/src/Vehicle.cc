@@ -179,24 +179,35 @@ AllVehicles::~AllVehicles() {
 }
 
 Vehicle* AllVehicles::operator[](const std::string& vehicleID) {
-  const std::map<std::string, Vehicle*>::iterator entry = _vehicle.find(vehicleID);
-  return entry == _vehicle.end() ? nullptr : entry->second;
+  const Entry entry = find(vehicleID);
+  return entry == nobody() ? nullptr : entry->second;
 }
 
-// A vehicle registered before under the same identifier is not released.
 void AllVehicles::initialize(const std::string& vehicleID,
                              const VehicleJourneyRef& vehicleJourneyRef, double offset,
                              long long time, double max_error) {
+  make(vehicleID, vehicleJourneyRef, offset, time, max_error);
+}
+
+// A vehicle registered before under the same identifier is not released.
+AllVehicles::Entry AllVehicles::make(const std::string& vehicleID,
+                                     const VehicleJourneyRef& vehicleJourneyRef, double offset,
+                                     long long time, double max_error) {
   std::unique_ptr<Vehicle> created(new Vehicle(vehicleID));
-  _vehicle[vehicleID] = created.get();
-  created.release()->update_position(vehicleJourneyRef, offset, time, max_error);
+  const Entry entry = _vehicle.emplace(vehicleID, nullptr).first;
+  entry->second = created.release();
+  entry->second->update_position(vehicleJourneyRef, offset, time, max_error);
+  return entry;
 }
 
 void AllVehicles::remove_vehicle(const std::string& vehicleID) {
-  const std::map<std::string, Vehicle*>::iterator entry = _vehicle.find(vehicleID);
-  if (entry == _vehicle.end()) return;
+  const Entry entry = find(vehicleID);
+  if (entry != nobody()) remove(entry);
+}
+
+AllVehicles::Entry AllVehicles::remove(Entry entry) {
   delete entry->second;
-  _vehicle.erase(entry);
+  return _vehicle.erase(entry);
 }
 
 void AllVehicles::remove_all_vehicles() {
@@ -207,13 +218,11 @@ void AllVehicles::remove_all_vehicles() {
 
 void AllVehicles::remove_inactive_vehicles() {
   ++_nb_sweeps;
-  for (std::map<std::string, Vehicle*>::iterator entry = _vehicle.begin();
-       entry != _vehicle.end();) {
+  for (Entry entry = _vehicle.begin(); entry != nobody();) {
     if (entry->second->is_alive()) {
       ++entry;
     } else {
-      delete entry->second;
-      entry = _vehicle.erase(entry);
+      entry = remove(entry);
     }
   }
 }
