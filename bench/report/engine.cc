@@ -99,7 +99,7 @@ void expect_equal(const std::vector<TripForecast>& a, const std::vector<TripFore
 
 int main(int argc, char** argv) {
   using namespace report_bench;
-  const int repetitions = argc > 1 ? std::atoi(argv[1]) : 5;
+  const int repetitions = argc > 1 ? std::atoi(argv[1]) : 15;
   RQLogger::SetSink([](const RQLogger::Record&) {});
   try {
     const Scene scene = make_scene();
