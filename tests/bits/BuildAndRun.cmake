@@ -9,8 +9,9 @@ separate_arguments(test_flags UNIX_COMMAND "${TEST_FLAGS}")
 separate_arguments(gtest UNIX_COMMAND "${GTEST}")
 set(includes -I${SOURCE_DIR}/qiv_algo/impl/include -I${SOURCE_DIR}/qiv_g11n/impl/include)
 set(sources ${SOURCE_DIR}/qiv_g11n/impl/src/RQLogger.cc)
-foreach(name IN ITEMS BusRoute Forecast ForecastAlgorithm History Journey KernelRegression
-                      MilestoneWalk Vehicle lanes lanes_avx2 lanes_avx512 lanes_portable lanes_sse2)
+foreach(name IN ITEMS AllJourneys BusRoute Forecast ForecastAlgorithm History Journey
+                      KernelRegression MilestoneWalk Vehicle lanes lanes_avx2 lanes_avx512
+                      lanes_portable lanes_sse2 remembered_memory)
   list(APPEND sources ${SOURCE_DIR}/qiv_algo/impl/src/${name}.cc)
 endforeach()
 

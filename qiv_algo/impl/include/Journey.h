@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <exception>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -179,7 +178,7 @@ class QIV_ALGO_API Journey {
 /// other than the one that each of them declares.
 class QIV_ALGO_API AllJourneys {
  public:
-  AllJourneys();
+  AllJourneys() = default;
   ~AllJourneys();
   AllJourneys(const AllJourneys&) = delete;
   AllJourneys& operator=(const AllJourneys&) = delete;
@@ -227,6 +226,7 @@ class QIV_ALGO_API AllJourneys {
   struct Index;
 
   Journey* operator[](const std::string& journeyPatternRef);
+  QIV_ALGO_LOCAL Index& index();
   QIV_ALGO_LOCAL Known* find(const std::string& journeyPatternRef);
   QIV_ALGO_LOCAL Known* find_or_make(const std::string& journeyPatternRef);
   QIV_ALGO_LOCAL static AllVehicles::Entry vehicle_of(const Last& last,
@@ -241,7 +241,8 @@ class QIV_ALGO_API AllJourneys {
   std::map<std::string, Journey*> _journey;
 
   // The vehicles, and the journeys once more, to be found without a walk down an ordered map.
-  std::unique_ptr<Index> _index;
+  // Owned; null until it is needed.
+  Index* _index = nullptr;
 };
 
 QIV_CONTRACT_END
