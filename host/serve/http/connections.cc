@@ -40,12 +40,18 @@ std::size_t Connections::shut_down_late(Clock::time_point now) {
     entry.deadline = Clock::time_point::max();
     ++late;
   }
+  _late += late;
   return late;
 }
 
 std::size_t Connections::count() const {
   const std::lock_guard lock(_mutex);
   return _entries.size();
+}
+
+std::uint64_t Connections::late() const {
+  const std::lock_guard lock(_mutex);
+  return _late;
 }
 
 }  // namespace qiv

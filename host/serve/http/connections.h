@@ -31,6 +31,9 @@ class Connections {
   std::size_t shut_down_late(Clock::time_point now);
 
   std::size_t count() const;
+  /// How many were shut down so far because their time was over. Who sees that one is closed sees
+  /// it counted.
+  std::uint64_t late() const;
 
  private:
   struct Entry {
@@ -41,6 +44,7 @@ class Connections {
   mutable std::mutex _mutex;
   Id _next = 1;
   std::map<Id, Entry> _entries;
+  std::uint64_t _late = 0;
 };
 
 }  // namespace qiv

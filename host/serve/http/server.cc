@@ -118,7 +118,7 @@ class HttpServer::Impl {
     ServerCounts counts;
     for (std::size_t i = 0; i < counts.answers.size(); ++i) counts.answers[i] = _answers[i];
     counts.connections = _connections.count();
-    counts.late_connections = _late;
+    counts.late_connections = _connections.late();
     const std::lock_guard lock(_streams_mutex);
     counts.event_clients = _streams.size();
     counts.event_clients_total = _streams_total;
@@ -387,7 +387,7 @@ class HttpServer::Impl {
     std::unique_lock lock(_ticker_mutex);
     while (!_ticker_wakes.wait_for(lock, step, [this] { return _stopping; })) {
       const auto now = Clock::now();
-      _late += _connections.shut_down_late(now);
+      _connections.shut_down_late(now);
       if (now < next_heartbeat) continue;
       next_heartbeat = now + _options.heartbeat;
       for (const auto& stream : streams(/*stopping=*/false)) stream->push_heartbeat(heartbeat);
@@ -403,7 +403,6 @@ class HttpServer::Impl {
   std::uint16_t _port = 0;
 
   std::array<std::atomic<std::uint64_t>, 6> _answers{};
-  std::atomic<std::uint64_t> _late{0};
 
   mutable std::mutex _streams_mutex;
   std::set<std::shared_ptr<EventStream>> _streams;

@@ -47,6 +47,7 @@ TEST(Connections, ShutsDownThoseWhoseTimeIsOver) {
   EXPECT_FALSE(early.is_shut_down());
   EXPECT_FALSE(endless.is_shut_down());
   EXPECT_EQ(connections.shut_down_late(now + seconds(2)), 0u) << "each once";
+  EXPECT_EQ(connections.late(), 1u);
 }
 
 TEST(Connections, MoreTimeIsMoreTime) {
