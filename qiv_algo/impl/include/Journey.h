@@ -1,7 +1,6 @@
 #ifndef QIV_JOURNEY_H
 #define QIV_JOURNEY_H
 
-#include <cstddef>
 #include <exception>
 #include <map>
 #include <string>

@@ -1,8 +1,10 @@
 #include "Journey.h"
 
+#include <cstddef>
 #include <memory>
 
 #include "NameTable.h"
+#include "Prefetch.h"
 #include "exception_contract.h"
 #include "remembered_memory.h"
 
@@ -90,7 +92,10 @@ Forecast* AllJourneys::update(const std::string& journeyPatternRef, const std::s
   Known* known = find(journeyPatternRef);
   Last* last = index().last_of_vehicle.find(vehicleID);
   if (last != nullptr) last->memory.ask_for();
-  if (known != nullptr) known->memory.ask_for();
+  if (known != nullptr) {
+    Prefetch::read(known->journey);
+    known->memory.ask_for();
+  }
   if (last != nullptr && (known == nullptr || last->journey != known->journey)) {
     const AllVehicles::Entry vehicle = vehicle_of(*last, vehicleID);
     last->is_known = false;
@@ -146,7 +151,6 @@ AllJourneys::Known* AllJourneys::find_or_make(const std::string& journeyPatternR
                                                _replacement_strategy));
   Known& made = index().journeys[journeyPatternRef];
   _journey.emplace(journeyPatternRef, created.get());
-  made.memory = JourneyMemory(created.get());
   made.journey = created.release();
   return &made;
 }

@@ -7,7 +7,6 @@
 #include "BusRoute.h"
 #include "Forecast.h"
 #include "History.h"
-#include "Journey.h"
 #include "KernelRegression.h"
 #include "Prefetch.h"
 #include "TileReader.h"
@@ -52,9 +51,8 @@ void VehicleMemory::ask_for() const {
   if (rest != 0) Prefetch::read(_newest + 1 - rest, rest * sizeof(Position));
 }
 
-JourneyMemory::JourneyMemory(const Journey* journey)
-    : _journey(journey),
-      _milestones(nullptr),
+JourneyMemory::JourneyMemory()
+    : _milestones(nullptr),
       _nb_milestones(0),
       _category(nullptr),
       _history(nullptr),
@@ -80,7 +78,6 @@ void JourneyMemory::remember(const BusRoute& route, const AllHistories& historie
 }
 
 void JourneyMemory::ask_for() const {
-  Prefetch::read(_journey);
   Prefetch::read(_milestones, _nb_milestones * sizeof(double));
   Prefetch::read(_algorithm, sizeof(KernelRegression));
   Prefetch::read(_category, 1);

@@ -9,7 +9,6 @@ class BusRoute;
 class Forecast;
 class ForecastAlgorithm;
 class History;
-class Journey;
 class Time;
 class Vehicle;
 struct Position;
@@ -38,10 +37,10 @@ class VehicleMemory {
   std::size_t _nb_reports;
 };
 
-/// What an update touches of its journey.
+/// What an update touches of its journey, but for the journey itself.
 class JourneyMemory {
  public:
-  explicit JourneyMemory(const Journey* journey = nullptr);
+  JourneyMemory();
 
   /// @param history the one of `histories` that the forecast is made from, or null
   void remember(const BusRoute& route, const AllHistories& histories, const History* history,
@@ -51,7 +50,6 @@ class JourneyMemory {
   void ask_for() const;
 
  private:
-  const Journey* _journey;
   const double* _milestones;
   std::size_t _nb_milestones;
   const void* _category;  ///< the first in the map of histories
